@@ -1,0 +1,101 @@
+// Connections to the managers: one fresh buffered binary-protocol socket per client.
+
+#include "corvane/client.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include <thrift/TOutput.h>
+#include <thrift/protocol/TBinaryProtocol.h>
+#include <thrift/transport/TBufferTransports.h>
+#include <thrift/transport/TSocket.h>
+
+#include "FirmwareManager.h"
+#include "StatusManager.h"
+#include "baseManager.h"
+#include "configManager.h"
+#include "hardwareManager.h"
+#include "logReceiver.h"
+#include "networkManager.h"
+#include "processManager.h"
+#include "userManager.h"
+#include "corvane/appliance_utils.h"
+#include "corvane/log.h"
+
+namespace corvane {
+
+char const* const kManagerHost = "fe80::de:adff:febe:ef20%dummy0";
+
+namespace {
+
+constexpr int kConnectTimeoutMs = 1000;
+constexpr uint32_t kBufferSize = 512;
+
+}  // namespace
+
+template <class T>
+T* getClient(int port, int timeout) {
+  using apache::thrift::protocol::TBinaryProtocol;
+  using apache::thrift::transport::TBufferedTransport;
+  using apache::thrift::transport::TSocket;
+
+  apache::thrift::GlobalOutput.setOutputFunction(&log::thrifterr);
+
+  auto socket = std::make_shared<TSocket>(kManagerHost, port);
+  socket->setConnTimeout(kConnectTimeoutMs);
+  socket->setNoDelay(true);
+  if (timeout != 0) {
+    socket->setRecvTimeout(timeout);
+    socket->setSendTimeout(timeout);
+  }
+  auto transport = std::make_shared<TBufferedTransport>(socket, kBufferSize, kBufferSize);
+  transport->open();
+  // No string or container limit, strict read off, strict write on: the library defaults.
+  auto protocol = std::make_shared<TBinaryProtocol>(transport);
+  return new T(protocol);
+}
+
+template <class T>
+T* getClient(char const* service, int timeout) {
+  return getClient<T>(applianceUtils::getPortforService(service, nullptr), timeout);
+}
+
+#define CORVANE_DEFINE_CLIENT(T)            \
+  template T* getClient<T>(int, int);       \
+  template T* getClient<T>(char const*, int);
+CORVANE_DEFINE_CLIENT(configManager::configManagerClient)
+CORVANE_DEFINE_CLIENT(hardwareManager::hardwareManagerClient)
+CORVANE_DEFINE_CLIENT(networkManager::networkManagerClient)
+CORVANE_DEFINE_CLIENT(processManager::processManagerClient)
+CORVANE_DEFINE_CLIENT(userManager::userManagerClient)
+CORVANE_DEFINE_CLIENT(firmwareManager::FirmwareManagerClient)
+CORVANE_DEFINE_CLIENT(statusManager::StatusManagerClient)
+CORVANE_DEFINE_CLIENT(::baseManagerClient)
+#undef CORVANE_DEFINE_CLIENT
+template ::logReceiverClient* getClient<::logReceiverClient>(int, int);
+
+namespace applianceUtils {
+
+int getPortforService(char const* name, char const* proto) {
+  servent const* entry = getservbyname(name, proto != nullptr ? proto : "tcp");
+  if (entry == nullptr) {
+    return -1;
+  }
+  return ntohs(static_cast<uint16_t>(entry->s_port));
+}
+
+bool isAppliance() {
+  int fd = open("/dev/flash", O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    return false;
+  }
+  close(fd);
+  return true;
+}
+
+}  // namespace applianceUtils
+}  // namespace corvane

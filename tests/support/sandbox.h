@@ -1,0 +1,42 @@
+// Helpers for tests that run inside the appliance sandbox (tests/sandbox/run).
+// The sandbox gives each test program private copies of the fixed paths, the manager
+// address on dummy0, a services database and recording stand-ins for the helper programs.
+
+#ifndef CORVANE_TESTS_SUPPORT_SANDBOX_H
+#define CORVANE_TESTS_SUPPORT_SANDBOX_H
+
+#include <string>
+#include <vector>
+
+namespace corvane {
+namespace testing {
+
+// True inside tests/sandbox/run.
+bool inSandbox();
+
+// Writes `text` to `path` (creating parent directories); removes it when `text` is null.
+void writeFile(std::string const& path, char const* text);
+// Whole content of `path`; empty when it cannot be read.
+std::string readFile(std::string const& path);
+
+// Creates or removes /dev/flash, the appliance marker.
+void setFlash(bool present);
+
+// Each call of a stand-in program (/bin/ipcalc, /usr/sbin/calcNetworkAddr, /sbin/initctl,
+// /sbin/telinit, /usr/sbin/sshdStarter), oldest first, as its argv without argv[0].
+// `program` is the base name, e.g. "initctl".
+std::vector<std::vector<std::string>> standInCalls(std::string const& program);
+// Forgets the recorded calls of every stand-in.
+void clearStandInCalls();
+// Makes the stand-in exit with `code` and print `stderrText` on standard error
+// (ipcalc keeps running ipcalc-ng unless an exit code is forced). A negative code restores
+// the default (exit 0, or ipcalc-ng's own answer).
+void setStandInResult(std::string const& program, int code, std::string const& stderrText);
+
+// Number of open descriptors of this process (entries of /proc/self/fd).
+int openDescriptorCount();
+
+}  // namespace testing
+}  // namespace corvane
+
+#endif  // CORVANE_TESTS_SUPPORT_SANDBOX_H

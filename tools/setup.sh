@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs the Debian packages libcorvane needs to build and test; skips what is present.
+set -euo pipefail
+
+packages=(
+  build-essential cmake pkg-config
+  thrift-compiler libthrift-dev libboost-dev
+  libicu-dev icu-devtools
+  libexpat1-dev
+  libpcre3-dev
+  libgtest-dev libgmock-dev googletest libbenchmark-dev
+  iproute2 ipcalc-ng util-linux
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -gt 0 ]; then
+  sudo=""
+  [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -qq
+  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
