@@ -137,7 +137,11 @@ struct FakeManager::Impl {
   std::atomic<bool> running{false};
   int listener = -1;
   std::thread acceptor;
-  std::vector<std::thread> connections;
+  struct Connection {
+    std::thread thread;
+    std::shared_ptr<std::atomic<bool>> done;
+  };
+  std::vector<Connection> connections;
 
   void listen() {
     listener = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -162,7 +166,7 @@ struct FakeManager::Impl {
   void shut() {
     running = false;
     if (acceptor.joinable()) acceptor.join();
-    for (auto& t : connections) t.join();
+    for (auto& c : connections) c.thread.join();
     connections.clear();
     if (listener >= 0) close(listener);
     listener = -1;
@@ -179,7 +183,25 @@ struct FakeManager::Impl {
         ++accepted;
         ++open;
       }
-      connections.emplace_back([this, fd] { serve(fd); });
+      reap();
+      auto done = std::make_shared<std::atomic<bool>>(false);
+      connections.push_back({std::thread([this, fd, done] {
+                               serve(fd);
+                               *done = true;
+                             }),
+                             done});
+    }
+  }
+
+  // Joins the connection threads that have finished, so long runs do not pile them up.
+  void reap() {
+    for (auto it = connections.begin(); it != connections.end();) {
+      if (*it->done) {
+        it->thread.join();
+        it = connections.erase(it);
+      } else {
+        ++it;
+      }
     }
   }
 
