@@ -1,0 +1,332 @@
+// Expat-driven document reader and compact printer.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+#include "corvane/xml.h"
+
+namespace corvane {
+namespace XML {
+
+namespace {
+
+constexpr int kChunk = 8192;
+
+// Double quotes unless the value holds one; then apostrophes unless it holds one of those
+// too; then double quotes with "&quot;". Nothing else is escaped.
+void writeQuoted(std::ostream& os, std::string const& value) {
+  bool hasQuote = value.find('"') != std::string::npos;
+  if (!hasQuote) {
+    os << '"' << value << '"';
+  } else if (value.find('\'') == std::string::npos) {
+    os << '\'' << value << '\'';
+  } else {
+    os << '"';
+    for (char c : value) {
+      if (c == '"') {
+        os << "&quot;";
+      } else {
+        os << c;
+      }
+    }
+    os << '"';
+  }
+}
+
+// A line written by a C preprocessor: "#", a blank, the line number of the next line.
+bool isLineDirective(char const* line) {
+  return line[0] == '#' && (line[1] == ' ' || line[1] == '\t');
+}
+
+}  // namespace
+
+Config::Config(char const* const* keywords)
+    : mError(0),
+      mPrefixCounter(0),
+      mLineOverride(0),
+      mTable(new types::Stringtable(keywords)),
+      mBorrowed(false),
+      mRoot(nullptr),
+      mParser(nullptr) {}
+
+Config::Config(types::Stringtable* table, bool borrowed)
+    : mError(0),
+      mPrefixCounter(0),
+      mLineOverride(0),
+      mTable(table),
+      mBorrowed(borrowed && table != nullptr),
+      mRoot(nullptr),
+      mParser(nullptr) {
+  if (mTable == nullptr) mTable = new types::Stringtable();
+}
+
+Config::~Config() {
+  if (mParser != nullptr) XML_ParserFree(mParser);
+  delete mRoot;
+  if (!mBorrowed) delete mTable;
+}
+
+Element* Config::releaseRoot() {
+  Element* root = mRoot;
+  mRoot = nullptr;
+  return root;
+}
+
+void Config::setup() {
+  delete mRoot;
+  mRoot = nullptr;
+  mStack.clear();
+  mError = 0;
+  if (mParser != nullptr) XML_ParserFree(mParser);
+  mParser = XML_ParserCreateNS(nullptr, '\t');
+  if (mParser == nullptr) {
+    mError = XML_ERROR_NO_MEMORY;
+    return;
+  }
+  XML_SetUserData(mParser, this);
+  XML_SetElementHandler(mParser, startElementHook, endElementHook);
+  XML_SetStartNamespaceDeclHandler(mParser, startNamespaceHook);
+  XML_SetCharacterDataHandler(mParser, charDataHook);
+}
+
+void Config::finishParse(bool ok) {
+  if (mParser != nullptr) XML_ParserFree(mParser);
+  mParser = nullptr;
+  mStack.clear();
+  if (!ok) {
+    delete mRoot;
+    mRoot = nullptr;
+  }
+}
+
+bool Config::Parse(std::istream& in) {
+  setup();
+  if (mParser == nullptr) return false;
+  for (;;) {
+    void* buffer = XML_GetBuffer(mParser, kChunk);
+    if (buffer == nullptr) {
+      mError = XML_GetErrorCode(mParser);
+      finishParse(false);
+      return false;
+    }
+    in.read(static_cast<char*>(buffer), kChunk);
+    // A stream that fails before its end would otherwise feed empty chunks for ever.
+    if (in.bad() || (in.fail() && !in.eof())) {
+      finishParse(false);
+      return false;
+    }
+    bool end = in.eof();
+    if (XML_ParseBuffer(mParser, static_cast<int>(in.gcount()), end) == XML_STATUS_ERROR) {
+      mError = XML_GetErrorCode(mParser);
+      finishParse(false);
+      return false;
+    }
+    if (end) {
+      finishParse(true);
+      return true;
+    }
+  }
+}
+
+bool Config::Parse(char const* path, bool lineFilter) {
+  if (!lineFilter) {
+    std::ifstream in(path);
+    if (!in.is_open()) return false;
+    return Parse(in);
+  }
+
+  std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path, "r"), fclose);
+  if (!file) return false;
+  setup();
+  if (mParser == nullptr) return false;
+  for (;;) {
+    char* buffer = static_cast<char*>(XML_GetBuffer(mParser, kChunk));
+    if (buffer == nullptr) {
+      mError = XML_GetErrorCode(mParser);
+      finishParse(false);
+      return false;
+    }
+    char* line = fgets(buffer, kChunk, file.get());
+    if (line != nullptr && isLineDirective(line)) {
+      long number = strtol(line + 2, nullptr, 10);
+      mLineOverride = number > 0 ? static_cast<int>(number - 1) : 0;
+      continue;
+    }
+    int length = line != nullptr ? static_cast<int>(strlen(line)) : 0;
+    if (XML_ParseBuffer(mParser, length, line == nullptr) == XML_STATUS_ERROR) {
+      mError = XML_GetErrorCode(mParser);
+      finishParse(false);
+      return false;
+    }
+    // A last line without a newline ends the parse here without a final chunk; kept as the
+    // reader always behaved.
+    if (line == nullptr || feof(file.get())) {
+      finishParse(true);
+      return true;
+    }
+  }
+}
+
+char const* Config::GetParseError() const {
+  XML_LChar const* text = XML_ErrorString(static_cast<XML_Error>(mError));
+  return text != nullptr ? text : "";
+}
+
+void Config::ParseName(char const* text, int& ns, int& name) {
+  char const* tab = strchr(text, '\t');
+  if (tab == nullptr) {
+    ns = 0;
+    name = mTable->Add(text);
+    return;
+  }
+  std::string uri(text, static_cast<size_t>(tab - text));
+  ns = mTable->Add(uri.c_str());
+  name = mTable->Add(tab + 1);
+}
+
+void Config::StartNamespace(char const* uri) {
+  int ns = mTable->Add(uri != nullptr ? uri : "");
+  if (mPrefixes.find(ns) == mPrefixes.end()) mPrefixes[ns] = ++mPrefixCounter;
+}
+
+void Config::StartElement(char const* name, char const** attributes) {
+  int line = mParser != nullptr ? static_cast<int>(XML_GetCurrentLineNumber(mParser))
+                                : mLineOverride;
+  int ns = 0;
+  int id = 0;
+  ParseName(name, ns, id);
+  std::unique_ptr<Element> element(new Element(ns, id, line));
+  for (char const** a = attributes; a != nullptr && a[0] != nullptr; a += 2) {
+    int attributeNs = 0;
+    int attributeName = 0;
+    ParseName(a[0], attributeNs, attributeName);
+    element->mAttributes.push_back(
+        new Node(Node::kNamed, attributeNs, attributeName, 0, a[1] != nullptr ? a[1] : ""));
+  }
+  if (mRoot == nullptr) {
+    mRoot = element.get();
+  } else {
+    if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
+    if (mStack.empty()) return;  // a second document element; Expat refuses it anyway
+    static_cast<Element*>(mStack.back())->mChildren.push_back(element.get());
+  }
+  mStack.push_back(element.release());
+}
+
+void Config::EndElement() {
+  if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
+  if (!mStack.empty()) mStack.pop_back();
+}
+
+void Config::CharData(char const* data, int length) {
+  if (mStack.empty()) return;
+  Node* top = mStack.back();
+  if (top->isText()) {
+    top->mValue.append(data, static_cast<size_t>(length));
+    return;
+  }
+  Node* text = new Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length)));
+  static_cast<Element*>(top)->mChildren.push_back(text);
+  mStack.push_back(text);
+}
+
+int Config::prefixOf(int ns) const {
+  auto found = mPrefixes.find(ns);
+  if (found != mPrefixes.end()) return found->second;
+  mPrefixes[ns] = 0;
+  return 0;
+}
+
+namespace {
+
+struct PrintFrame {
+  Element const* element;
+  size_t next;  // index of the next child to print
+};
+
+}  // namespace
+
+std::ostream& Config::Print(std::ostream& os, Element const* e) const {
+  if (e == nullptr) return os;
+  auto writeName = [&](Node const* node) {
+    char const* local = mTable->Text(node->mName);
+    if (local == nullptr) {
+      os.setstate(std::ios::failbit);
+      return;
+    }
+    if (node->mNamespace != 0) os << "ns" << prefixOf(node->mNamespace) << ':';
+    os << local;
+  };
+  auto startTag = [&](Element const* element) {
+    os << '<';
+    writeName(element);
+    if (element == mRoot) {
+      for (auto const& prefix : mPrefixes) {
+        char const* uri = mTable->Text(prefix.first);
+        if (uri == nullptr) {
+          os.setstate(std::ios::failbit);
+          continue;
+        }
+        os << " xmlns:ns" << prefix.second << '=';
+        writeQuoted(os, uri);
+      }
+    }
+    for (Node const* attribute : element->mAttributes) {
+      os << ' ';
+      writeName(attribute);
+      os << '=';
+      writeQuoted(os, attribute->mValue);
+    }
+    os << '>';
+  };
+  auto endTag = [&](Element const* element) {
+    // Namespaced elements close with their opening sequence and no slash; deliberate, and
+    // relied upon by readers of printed documents.
+    os << (element->mNamespace != 0 ? "<" : "</");
+    writeName(element);
+    os << '>';
+  };
+
+  std::vector<PrintFrame> stack;
+  startTag(e);
+  stack.push_back({e, 0});
+  while (!stack.empty()) {
+    PrintFrame& frame = stack.back();
+    if (frame.next == frame.element->mChildren.size()) {
+      endTag(frame.element);
+      stack.pop_back();
+      continue;
+    }
+    Node const* child = frame.element->mChildren[frame.next++];
+    Element const* element = dynamic_cast<Element const*>(child);
+    if (element == nullptr) {
+      os << child->mValue;
+      continue;
+    }
+    startTag(element);
+    stack.push_back({element, 0});
+  }
+  return os;
+}
+
+void XMLCALL Config::startElementHook(void* self, XML_Char const* name, XML_Char const** atts) {
+  static_cast<Config*>(self)->StartElement(name, atts);
+}
+
+void XMLCALL Config::endElementHook(void* self, XML_Char const*) {
+  static_cast<Config*>(self)->EndElement();
+}
+
+void XMLCALL Config::startNamespaceHook(void* self, XML_Char const*, XML_Char const* uri) {
+  static_cast<Config*>(self)->StartNamespace(uri);
+}
+
+void XMLCALL Config::charDataHook(void* self, XML_Char const* data, int length) {
+  static_cast<Config*>(self)->CharData(data, length);
+}
+
+}  // namespace XML
+}  // namespace corvane

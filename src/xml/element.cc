@@ -1,0 +1,76 @@
+// Document tree nodes. Deep trees come from untrusted files, so teardown and copying walk
+// the tree with an explicit work list instead of recursing.
+
+#include <utility>
+
+#include "corvane/xml.h"
+
+namespace corvane {
+namespace XML {
+
+Element::~Element() {
+  for (Node* attribute : mAttributes) delete attribute;
+  mAttributes.clear();
+  std::vector<Node*> pending(std::move(mChildren));
+  mChildren.clear();
+  while (!pending.empty()) {
+    Node* node = pending.back();
+    pending.pop_back();
+    if (Element* element = dynamic_cast<Element*>(node)) {
+      pending.insert(pending.end(), element->mChildren.begin(), element->mChildren.end());
+      element->mChildren.clear();
+    }
+    delete node;
+  }
+}
+
+namespace {
+
+Element* shallowCopy(Element const& source) {
+  Element* copy = new Element(source.mNamespace, source.mName, -1);
+  copy->mKind = source.mKind;
+  for (Node const* attribute : source.mAttributes) {
+    copy->mAttributes.push_back(
+        new Node(Node::kNamed, attribute->mNamespace, attribute->mName, 0, attribute->mValue));
+  }
+  return copy;
+}
+
+}  // namespace
+
+Element* Element::clone() const {
+  Element* top = shallowCopy(*this);
+  std::vector<std::pair<Element const*, Element*>> work{{this, top}};
+  while (!work.empty()) {
+    auto [source, copy] = work.back();
+    work.pop_back();
+    for (Node const* child : source->mChildren) {
+      if (Element const* element = dynamic_cast<Element const*>(child)) {
+        Element* childCopy = shallowCopy(*element);
+        copy->mChildren.push_back(childCopy);
+        work.emplace_back(element, childCopy);
+      } else {
+        copy->mChildren.push_back(new Node(kText, 0, 0, 0, child->mValue));
+      }
+    }
+  }
+  return top;
+}
+
+Node const* Element::attribute(int ns, int name) const {
+  for (Node const* a : mAttributes) {
+    if (a->mNamespace == ns && a->mName == name) return a;
+  }
+  return nullptr;
+}
+
+std::string Element::text() const {
+  std::string joined;
+  for (Node const* child : mChildren) {
+    if (child->isText()) joined += child->mValue;
+  }
+  return joined;
+}
+
+}  // namespace XML
+}  // namespace corvane
