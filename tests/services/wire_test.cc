@@ -128,7 +128,9 @@ TEST(ClientReplyTest, RejectsEachWrongKindOfReply) {
       EXPECT_EQ(5, answer);
     } catch (TApplicationException const& e) {
       EXPECT_EQ(c.kind, e.getType());
-      if (c.text != nullptr) EXPECT_STREQ(c.text, e.what());
+      if (c.text != nullptr) {
+        EXPECT_STREQ(c.text, e.what());
+      }
     }
   }
 }
