@@ -1,0 +1,122 @@
+// The device locale: the locale file, the configuration manager call and the process default.
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unicode/locid.h>
+
+#include "configManager.h"
+#include "fake_manager.h"
+#include "sandbox.h"
+#include "corvane/appliance_utils.h"
+#include "corvane/log.h"
+
+namespace corvane {
+namespace {
+
+using testing::FakeManager;
+using testing::SyslogSink;
+
+char const kLocaleFile[] = "/etc/corvane/locale.xml";
+
+// Text of each datagram after the header's colon, with its priority in front ("139 text").
+std::vector<std::string> traces(SyslogSink& sink) {
+  std::vector<std::string> lines;
+  for (std::string const& datagram : sink.drain()) {
+    size_t close = datagram.find('>');
+    size_t colon = datagram.find("]:");
+    if (close == std::string::npos || colon == std::string::npos) continue;
+    lines.push_back(datagram.substr(1, close - 1) + " " + datagram.substr(colon + 2));
+  }
+  return lines;
+}
+
+class LocaleTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    log::getLogger()->setLevel(7);
+    testing::writeFile(kLocaleFile, nullptr);
+  }
+  void TearDown() override { testing::writeFile(kLocaleFile, nullptr); }
+
+  SyslogSink mSink;
+};
+
+TEST_F(LocaleTest, ReadsTheLocaleFileAndFallsBackToUsEnglish) {
+  struct Case {
+    char const* file;
+    char const* locale;
+    std::vector<std::string> traced;
+  } const cases[] = {
+      {nullptr, "en_US", {}},
+      {"<locale><language>de</language><country>DE</country></locale>", "de_DE", {}},
+      {"<?xml version=\"1.0\"?>\n<locale>\n  <country>FR</country>\n  <language>fr</language>\n"
+       "</locale>\n",
+       "fr_FR",
+       {}},
+      {"<language>de</language>", "en_US",
+       {"139 Invalid root node in /etc/corvane/locale.xml file"}},
+      {"<locale><language>de</language>", "en_US",
+       {"139 Cant parse /etc/corvane/locale.xml file"}},
+      {"", "en_US", {"139 Cant parse /etc/corvane/locale.xml file"}},
+  };
+  for (auto const& c : cases) {
+    testing::writeFile(kLocaleFile, c.file);
+    EXPECT_EQ(c.locale, applianceUtils::getLocale()) << (c.file ? c.file : "(no file)");
+    EXPECT_EQ(c.traced, traces(mSink)) << (c.file ? c.file : "(no file)");
+  }
+}
+
+TEST_F(LocaleTest, SetLocaleAsksTheConfigurationManager) {
+  FakeManager manager("configmgr");
+  configManager::configManager_setLocale_result answer;
+  answer.success = true;
+  answer.__isset.success = true;
+  manager.reply("setLocale", answer);
+
+  EXPECT_TRUE(applianceUtils::setLocale("de", nullptr));
+  auto args = manager.args<configManager::configManager_setLocale_args>("setLocale");
+  EXPECT_EQ("de", args.language);
+  EXPECT_EQ("", args.country);
+
+  answer.success = false;
+  manager.reply("setLocale", answer);
+  EXPECT_FALSE(applianceUtils::setLocale("fr", "FR"));
+  auto second = manager.args<configManager::configManager_setLocale_args>("setLocale");
+  EXPECT_EQ("fr", second.language);
+  EXPECT_EQ("FR", second.country);
+  EXPECT_EQ(2u, manager.calls("setLocale").size());
+  EXPECT_EQ(0, manager.openConnections());
+
+  manager.replyException("setLocale", apache::thrift::TApplicationException("refused"));
+  EXPECT_FALSE(applianceUtils::setLocale("de", "DE"));
+  manager.stop();
+  int descriptors = testing::openDescriptorCount();
+  EXPECT_FALSE(applianceUtils::setLocale("de", "DE"));
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
+}
+
+TEST_F(LocaleTest, SetDefaultLocaleChangesIcuAndLang) {
+  setenv("LANG", "C", 1);
+  EXPECT_TRUE(applianceUtils::setDefaultLocale("de_DE"));
+  EXPECT_STREQ("de_DE", getenv("LANG"));
+  EXPECT_STREQ("de_DE", icu::Locale::getDefault().getName());
+  EXPECT_EQ((std::vector<std::string>{"142 setenv for LANG de_DE", "142 getenv for LANG de_DE"}),
+            traces(mSink));
+
+  // A name ICU cannot hold is refused and changes nothing.
+  EXPECT_FALSE(applianceUtils::setDefaultLocale("12345678901234567890"));
+  EXPECT_FALSE(applianceUtils::setDefaultLocale(nullptr));
+  EXPECT_STREQ("de_DE", getenv("LANG"));
+  EXPECT_STREQ("de_DE", icu::Locale::getDefault().getName());
+  EXPECT_TRUE(traces(mSink).empty());
+
+  EXPECT_TRUE(applianceUtils::setDefaultLocale("en_US"));
+  EXPECT_STREQ("en_US", getenv("LANG"));
+}
+
+}  // namespace
+}  // namespace corvane
