@@ -144,7 +144,9 @@ struct FakeManager::Impl {
   std::vector<Connection> connections;
 
   void listen() {
-    listener = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    // Non-blocking, and a deep queue: clients that connect and hang up in a tight loop must
+    // not outrun the accept loop, or the kernel drops their SYNs and they stall a second.
+    listener = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (listener < 0) throw std::runtime_error("fake manager: socket");
     int one = 1;
     setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
@@ -153,7 +155,7 @@ struct FakeManager::Impl {
     address.sin6_addr = in6addr_any;
     address.sin6_port = htons(static_cast<uint16_t>(port));
     if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener, 64) != 0) {
+        ::listen(listener, SOMAXCONN) != 0) {
       close(listener);
       listener = -1;
       throw std::runtime_error("fake manager: cannot listen on port " + std::to_string(port) +
@@ -176,21 +178,27 @@ struct FakeManager::Impl {
     while (running) {
       pollfd p{listener, POLLIN, 0};
       if (poll(&p, 1, kPollMs) <= 0) continue;
-      int fd = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-      if (fd < 0) continue;
-      {
-        std::lock_guard<std::mutex> lock(mutex);
-        ++accepted;
-        ++open;
-      }
       reap();
-      auto done = std::make_shared<std::atomic<bool>>(false);
-      connections.push_back({std::thread([this, fd, done] {
-                               serve(fd);
-                               *done = true;
-                             }),
-                             done});
+      for (;;) {
+        int fd = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (fd < 0) break;
+        spawn(fd);
+      }
     }
+  }
+
+  void spawn(int fd) {
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      ++accepted;
+      ++open;
+    }
+    auto done = std::make_shared<std::atomic<bool>>(false);
+    connections.push_back({std::thread([this, fd, done] {
+                             serve(fd);
+                             *done = true;
+                           }),
+                           done});
   }
 
   // Joins the connection threads that have finished, so long runs do not pile them up.
