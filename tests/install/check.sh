@@ -9,7 +9,7 @@ prefix="$build/install-check"; rm -rf "$prefix"; mkdir -p "$prefix"  # the sandb
 trap 'rm -rf "$prefix"' EXIT
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
-lib=$(ls "$prefix"/lib*/libcorvane.so.1* "$prefix"/lib/*/libcorvane.so.1* 2>/dev/null | head -n 1)
+lib=$(find "$prefix" -name libcorvane.so.1 | head -n 1)
 readelf -d "$lib" | grep -q 'SONAME.*\[libcorvane.so.1\]' || { echo "SONAME missing"; exit 1; }
 
 cat > "$prefix/prog.cc" <<'CC'
@@ -24,7 +24,7 @@ int main() {
   return 0;
 }
 CC
-pcdir=$(dirname "$(ls "$prefix"/lib*/pkgconfig/corvane.pc "$prefix"/lib/*/pkgconfig/corvane.pc 2>/dev/null | head -n 1)")
+pcdir=$(dirname "$(find "$prefix" -name corvane.pc | head -n 1)")
 export PKG_CONFIG_PATH=$pcdir
 g++ -std=c++17 "$prefix/prog.cc" -o "$prefix/prog" $(pkg-config --cflags --libs corvane) \
   -Wl,-rpath,"$(dirname "$lib")"
