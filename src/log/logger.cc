@@ -71,6 +71,7 @@ Logger::Logger(char const* ident, unsigned level)
   if (U_FAILURE(status)) mConverter = nullptr;
   try {
     mIdent = copyString(ident);
+    mCatalog = new msgCat("corvane", "");
   } catch (...) {
     delete[] mIdent;
     if (mConverter != nullptr) ucnv_close(mConverter);
@@ -138,15 +139,21 @@ void Logger::log(unsigned facility, unsigned level, char const* msgid, icu::Form
 
   icu::UnicodeString pattern;
   pattern.setToBogus();
+  if (mCatalog != nullptr) pattern = mCatalog->get(msgid);
   if (pattern.isBogus()) {
     char unknown[128];
     snprintf(unknown, sizeof unknown, "Unknown message \"%s\"", msgid);
     pattern = icu::UnicodeString::fromUTF8(unknown);
   }
 
+  // Numbers follow the catalog's US English too, not the device locale.
   UErrorCode status = U_ZERO_ERROR;
   icu::UnicodeString formatted;
-  icu::MessageFormat::format(pattern, args, static_cast<int32_t>(count), formatted, status);
+  icu::MessageFormat format(pattern, icu::Locale::getUS(), status);
+  if (U_SUCCESS(status)) {
+    icu::FieldPosition position(icu::FieldPosition::DONT_CARE);
+    format.format(args, static_cast<int32_t>(count), formatted, position, status);
+  }
   // A pattern ICU cannot run still says which message was meant.
   if (U_FAILURE(status)) formatted = pattern;
 
@@ -200,6 +207,8 @@ Logger* getLogger() {
 
 void init(char const* ident, bool verbose) {
   Logger& logger = *getLogger();
+  std::string locale = applianceUtils::getLocale();
+  if (!locale.empty()) applianceUtils::setDefaultLocale(locale.c_str());
   logger.setIdent(ident);
   if (verbose) trace(4, "LOGGER ident %s, init %p", logger.ident(), static_cast<void*>(&logger));
 }
