@@ -125,26 +125,6 @@ TEST_F(TracerTest, ArgumentTextIsCutToItsBuffer) {
   EXPECT_EQ(received(), expected);
 }
 
-TEST_F(TracerTest, DecidesOnceAtEntry) {
-  sLog->setMask(0x2);
-  {
-    Tracer t("f", "file", 1, 0x2);
-    log::setLogLevel(6);  // lowered mid-call: the exit line is filtered by level as a trace
-    t.result(2);
-  }
-  log::setLogging(7, 0x2);
-  {
-    Tracer t("g", "file", 2, 0x2);
-    sLog->setMask(0);  // mask cleared mid-call: the tracer stays enabled
-    t.result(3);
-  }
-  auto got = received();
-  ASSERT_EQ(got.size(), 4u);
-  EXPECT_EQ(got[0], line("---> Enter f, file line 1"));
-  EXPECT_EQ(got[2], line("---> Enter g, file line 2"));
-  EXPECT_EQ(got[3], line("<--- Exit  g, result is 3"));
-}
-
 TEST_F(TracerTest, WithoutALoggerTracersStayOffAndCreateNone) {
   delete sLog;
   {
