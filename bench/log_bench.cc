@@ -25,8 +25,8 @@ using corvane::log::trace;
 constexpr int kBatch = 200;
 
 // An out-of-line call with the same arguments that does nothing: the floor for a filtered line.
-__attribute__((noinline, format(printf, 2, 3))) void emptyCall(unsigned level,
-                                                               char const* format, ...) {
+__attribute__((noinline, format(printf, 2, 3))) void emptyCall(unsigned level, char const* format,
+                                                               ...) {
   benchmark::DoNotOptimize(level);
   benchmark::DoNotOptimize(format);
 }
@@ -72,15 +72,15 @@ void BM_TraceEmittedVsBareSend(benchmark::State& state) {
   int bare = socket(AF_INET6, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in6 destination{};
   destination.sin6_family = AF_INET6;
-  destination.sin6_port = htons(static_cast<uint16_t>(
-      corvane::applianceUtils::getPortforService("syslogng", "udp")));
+  destination.sin6_port =
+      htons(static_cast<uint16_t>(corvane::applianceUtils::getPortforService("syslogng", "udp")));
   inet_pton(AF_INET6, "fe80::de:adff:febe:ef20", &destination.sin6_addr);
   int const pid = static_cast<int>(getpid());
   auto bareSend = [&](int i) {
     char datagram[1024];
     int length = snprintf(datagram, sizeof datagram,
-                          "<%u>Feb 15 23:53:07 localhost %s(%i)[%.10s]:emitted line %d of %s",
-                          142u, "bench", pid, "", i, "bench");
+                          "<%u>Feb 15 23:53:07 localhost %s(%i)[%.10s]:emitted line %d of %s", 142u,
+                          "bench", pid, "", i, "bench");
     sendto(bare, datagram, static_cast<size_t>(length), 0,
            reinterpret_cast<sockaddr*>(&destination), sizeof destination);
   };

@@ -15,7 +15,11 @@ char const* orNull(char const* text) { return text != nullptr ? text : "(null)";
 }  // namespace
 
 Tracer::Tracer(char const* function, char const* file, int line, unsigned categories)
-    : mFunction(function), mFile(file), mLine(line), mLevel(kTraceLevel), mKind(kNotSet),
+    : mFunction(function),
+      mFile(file),
+      mLine(line),
+      mLevel(kTraceLevel),
+      mKind(kNotSet),
       mEnabled(false) {
   mResult.l = 0;
   mArgs[0] = '\0';

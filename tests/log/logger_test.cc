@@ -99,8 +99,8 @@ TEST_F(LoggerTest, TraceSendsLinesThatPassTheLevelWithFacility136) {
     unsigned loggerLevel;
     unsigned lineLevel;
     bool emitted;
-  } const cases[] = {{7, 2, true},  {7, 7, true},  {6, 7, false}, {6, 6, true}, {3, 4, false},
-                     {3, 3, true},  {0, 1, false}, {2, 3, false}, {5, 5, true}};
+  } const cases[] = {{7, 2, true}, {7, 7, true},  {6, 7, false}, {6, 6, true}, {3, 4, false},
+                     {3, 3, true}, {0, 1, false}, {2, 3, false}, {5, 5, true}};
   std::vector<std::string> expected;
   for (size_t n = 0; n < sizeof cases / sizeof cases[0]; ++n) {
     log::setLogLevel(cases[n].loggerLevel);
@@ -115,7 +115,8 @@ TEST_F(LoggerTest, TraceSendsLinesThatPassTheLevelWithFacility136) {
   log::setLogLevel(3);
   log::thrifterr("TSocket::open() connect(): Connection refused");
   log::thrifterr(nullptr);
-  expected.push_back(header(139, "no-identity") + "thrift: TSocket::open() connect(): Connection refused");
+  expected.push_back(header(139, "no-identity") +
+                     "thrift: TSocket::open() connect(): Connection refused");
   expected.push_back(header(139, "no-identity") + "thrift: ");
   EXPECT_EQ(received(), expected);
 }
@@ -149,8 +150,10 @@ TEST_F(LoggerTest, Send2SyslogShowsAtMostTenCharactersOfTheTag) {
   struct Case {
     char const* tag;
     char const* shown;
-  } const cases[] = {{"KTXCV01100D", "KTXCV01100"}, {"KTXCV0110", "KTXCV0110"},
-                     {"0123456789", "0123456789"}, {"", ""},
+  } const cases[] = {{"KTXCV01100D", "KTXCV01100"},
+                     {"KTXCV0110", "KTXCV0110"},
+                     {"0123456789", "0123456789"},
+                     {"", ""},
                      {nullptr, ""}};
   for (auto const& c : cases) logger->send2Syslog(8, 3, c.tag, "body", 4);
   // The length, not the terminator, decides how much text goes out.
@@ -297,7 +300,7 @@ TEST_F(LogReceiverTest, UnknownIdIsLoggedAndSentWithRawArgumentsOnANewConnection
 
   EXPECT_EQ(first.objectid, "obj-1");
   EXPECT_EQ(first.entry_id, "KTXZZ99999X");
-  std::vector<std::string> const expected = {"eth0",  "-9000000000",       "-42",
+  std::vector<std::string> const expected = {"eth0",  "-9000000000",        "-42",
                                              "?????", "gr\xC3\xBC\xC3\x9F", "?????"};
   EXPECT_EQ(first.arguments, expected);
   EXPECT_EQ(second.objectid, "");

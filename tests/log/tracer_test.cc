@@ -45,9 +45,9 @@ TEST_F(TracerTest, LinesNeedLevelSevenAndASharedCategoryBit) {
     unsigned categories;
     bool enabled;
   } const cases[] = {
-      {7, 0x2, 0x2, true},         {7, 0x3, 0x2, true},          {7, -1, 0xFFFFFFFF, true},
-      {7, 0x1, 0x2, false},        {7, 0, 0xFFFFFFFF, false},    {6, -1, 0xFFFFFFFF, false},
-      {5, 0x2, 0x2, false},        {7, 0x800, 0x800, true},      {7, 0x2, 0, false},
+      {7, 0x2, 0x2, true},  {7, 0x3, 0x2, true},       {7, -1, 0xFFFFFFFF, true},
+      {7, 0x1, 0x2, false}, {7, 0, 0xFFFFFFFF, false}, {6, -1, 0xFFFFFFFF, false},
+      {5, 0x2, 0x2, false}, {7, 0x800, 0x800, true},   {7, 0x2, 0, false},
       {8, 0x2, 0x2, false},  // above debug is not debug
   };
   for (auto const& c : cases) {
@@ -92,7 +92,12 @@ TEST_F(TracerTest, ExitLineShowsTheResultByKind) {
        std::string("result is ") + pointer},
       {[](Tracer& t) { t.resultVoid(); }, "result is void"},
       // The last stored result wins.
-      {[](Tracer& t) { t.result(3); t.resultVoid(); t.result(false); }, "result is false"},
+      {[](Tracer& t) {
+         t.result(3);
+         t.resultVoid();
+         t.result(false);
+       },
+       "result is false"},
   };
   sLog->setMask(0x2);
   std::vector<std::string> expected;
