@@ -30,7 +30,8 @@ class Logger {
   Logger& operator=(Logger const&) = delete;
 
   // Formats a free-text line and sends it when `level` passes the threshold.
-  void printf(unsigned facility, unsigned level, char const* format, va_list args);
+  void printf(unsigned facility, unsigned level, char const* format, va_list args)
+      __attribute__((format(printf, 4, 0)));
   // Builds and sends one datagram of at most 1024 bytes; `tag` may be null.
   void send2Syslog(unsigned facility, unsigned level, char const* tag, char const* text,
                    int length);
