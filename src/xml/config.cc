@@ -36,6 +36,13 @@ void writeQuoted(std::ostream& os, std::string const& value) {
   }
 }
 
+// Most elements hold a few children; starting with room for four saves the first regrowths,
+// which dominate the cost of building large trees.
+void appendChild(Element* parent, Node* child) {
+  if (parent->mChildren.capacity() == 0) parent->mChildren.reserve(4);
+  parent->mChildren.push_back(child);
+}
+
 // A line written by a C preprocessor: "#", a blank, the line number of the next line.
 bool isLineDirective(char const* line) {
   return line[0] == '#' && (line[1] == ' ' || line[1] == '\t');
@@ -182,8 +189,20 @@ void Config::ParseName(char const* text, int& ns, int& name) {
     name = mTable->Add(text);
     return;
   }
-  std::string uri(text, static_cast<size_t>(tab - text));
-  ns = mTable->Add(uri.c_str());
+  // The caller's text stays untouched: the URI is split off into a copy, on the stack when
+  // it is of a usual length.
+  size_t length = static_cast<size_t>(tab - text);
+  char local[256];
+  std::string heap;
+  char const* uri = local;
+  if (length < sizeof local) {
+    memcpy(local, text, length);
+    local[length] = '\0';
+  } else {
+    heap.assign(text, length);
+    uri = heap.c_str();
+  }
+  ns = mTable->Add(uri);
   name = mTable->Add(tab + 1);
 }
 
@@ -199,6 +218,9 @@ void Config::StartElement(char const* name, char const** attributes) {
   int id = 0;
   ParseName(name, ns, id);
   std::unique_ptr<Element> element(new Element(ns, id, line));
+  size_t count = 0;
+  while (attributes != nullptr && attributes[2 * count] != nullptr) ++count;
+  element->mAttributes.reserve(count);
   for (char const** a = attributes; a != nullptr && a[0] != nullptr; a += 2) {
     int attributeNs = 0;
     int attributeName = 0;
@@ -211,7 +233,7 @@ void Config::StartElement(char const* name, char const** attributes) {
   } else {
     if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
     if (mStack.empty()) return;  // a second document element; Expat refuses it anyway
-    static_cast<Element*>(mStack.back())->mChildren.push_back(element.get());
+    appendChild(static_cast<Element*>(mStack.back()), element.get());
   }
   mStack.push_back(element.release());
 }
@@ -229,7 +251,7 @@ void Config::CharData(char const* data, int length) {
     return;
   }
   Node* text = new Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length)));
-  static_cast<Element*>(top)->mChildren.push_back(text);
+  appendChild(static_cast<Element*>(top), text);
   mStack.push_back(text);
 }
 

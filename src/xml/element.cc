@@ -10,17 +10,25 @@ namespace XML {
 
 Element::~Element() {
   for (Node* attribute : mAttributes) delete attribute;
-  mAttributes.clear();
-  std::vector<Node*> pending(std::move(mChildren));
-  mChildren.clear();
-  while (!pending.empty()) {
-    Node* node = pending.back();
-    pending.pop_back();
-    if (Element* element = dynamic_cast<Element*>(node)) {
-      pending.insert(pending.end(), element->mChildren.begin(), element->mChildren.end());
-      element->mChildren.clear();
+  if (mChildren.empty()) return;
+  // Depth-first from the last child: the work list never holds more than one path, and
+  // no child list is copied or regrown while the tree comes down.
+  std::vector<Element*> path{this};
+  while (!path.empty()) {
+    Element* top = path.back();
+    if (top->mChildren.empty()) {
+      path.pop_back();
+      if (top != this) delete top;  // its own children are gone: no further descent
+      continue;
     }
-    delete node;
+    Node* child = top->mChildren.back();
+    top->mChildren.pop_back();
+    Element* element = dynamic_cast<Element*>(child);
+    if (element != nullptr && !element->mChildren.empty()) {
+      path.push_back(element);
+    } else {
+      delete child;
+    }
   }
 }
 
