@@ -37,7 +37,7 @@ void writeQuoted(std::ostream& os, std::string const& value) {
 }
 
 // Most elements hold a few children; starting with room for four saves the first regrowths,
-// which dominate the cost of building large trees.
+// a large part of the cost of building big trees.
 void appendChild(Element* parent, Node* child) {
   if (parent->mChildren.capacity() == 0) parent->mChildren.reserve(4);
   parent->mChildren.push_back(child);

@@ -23,7 +23,8 @@ Element::~Element() {
     }
     Node* child = top->mChildren.back();
     top->mChildren.pop_back();
-    Element* element = dynamic_cast<Element*>(child);
+    // Text nodes, about half of a document, need no type check.
+    Element* element = child->isText() ? nullptr : dynamic_cast<Element*>(child);
     if (element != nullptr && !element->mChildren.empty()) {
       path.push_back(element);
     } else {
