@@ -32,23 +32,18 @@ Lines traces(testing::SyslogSink& sink) {
   return texts;
 }
 
-bool has(Lines const& lines, std::string const& line) {
-  return std::find(lines.begin(), lines.end(), line) != lines.end();
+// True when a trace line that reached syslog starts with `start`.
+bool traced(testing::SyslogSink& sink, std::string const& start) {
+  Lines const lines = traces(sink);
+  return std::any_of(lines.begin(), lines.end(), [&](std::string const& line) {
+    return line.compare(0, start.size(), start) == 0;
+  });
 }
 
 // Runs /bin/sh -c `script`; returns the code, fills `err` and `status`.
-int sh(std::string const& script, Lines* err, int* status, char const* workdir = nullptr,
-       int in = -1, int out = -1) {
+int sh(std::string const& script, Lines* err, int* status) {
   std::vector<std::string> args{"/bin/sh", "-c", script};
-  return LaunchExec::launch(args, "test", err, in, out, workdir, status);
-}
-
-size_t leftoverTempFiles() {
-  glob_t found{};
-  glob("/tmp/le.*", 0, nullptr, &found);
-  size_t count = found.gl_pathc;
-  globfree(&found);
-  return count;
+  return LaunchExec::launch(args, "test", err, -1, -1, nullptr, status);
 }
 
 class LaunchExecTest : public ::testing::Test {
@@ -61,145 +56,113 @@ class LaunchExecTest : public ::testing::Test {
 TEST_F(LaunchExecTest, RefusesEmptyAndOverlongVectorsWithoutForking) {
   testing::SyslogSink sink;
   char const* empty[] = {nullptr};
-  int status = 12345;
-  EXPECT_EQ(9, LaunchExec::launch(empty, "test", nullptr, -1, -1, nullptr, &status));
   std::vector<std::string> none;
-  EXPECT_EQ(9, LaunchExec::launch(none, "test", nullptr, -1, -1, nullptr, &status));
-  Lines lines = traces(sink);
-  ASSERT_EQ(9u, lines.size());  // enter, arguments and exit of each call; nothing started
-  EXPECT_EQ("Enter LaunchExec::launch", lines[0]);
-  EXPECT_EQ("Exit  LaunchExec::launch, rc 9", lines[2]);
-  EXPECT_EQ("Exit  LaunchExec::launch, rc 9", lines[7]);
-  EXPECT_EQ("Exit  LaunchExec::launch", lines[8]);
-  EXPECT_NE(std::string::npos,
-            lines[1].find(", caller test, stderrList (nil), stdinFd -1, stdoutFd -1, "
-                          "workdir (null), status 0x"));
-
-  // 1023 entries run; the shell sees 1019 positional parameters.
   std::vector<char const*> argv{"/bin/sh", "-c", "echo $# >&2", "sh"};
-  argv.resize(1023, "x");
+  argv.resize(1024, "x");  // one entry too many
   argv.push_back(nullptr);
   Lines err;
-  EXPECT_EQ(0, LaunchExec::launch(argv.data(), "test", &err, -1, -1, nullptr, &status));
-  EXPECT_EQ(Lines{"1019"}, err);
-  EXPECT_TRUE(has(traces(sink), "test /bin/sh 1019"));
-  argv.back() = "x";
-  argv.push_back(nullptr);
-  err.clear();
-  status = 12345;
+  int status = 12345;
+  EXPECT_EQ(9, LaunchExec::launch(empty, "test", nullptr, -1, -1, nullptr, &status));
+  EXPECT_EQ(9, LaunchExec::launch(none, "test", nullptr, -1, -1, nullptr, &status));
   EXPECT_EQ(9, LaunchExec::launch(argv.data(), "test", &err, -1, -1, nullptr, &status));
   EXPECT_TRUE(err.empty());
   EXPECT_EQ(12345, status);
-  lines = traces(sink);
-  ASSERT_EQ(3u, lines.size());
+  Lines lines = traces(sink);
+  ASSERT_EQ(12u, lines.size());  // enter, arguments and exit of each call; nothing started
+  EXPECT_EQ("Enter LaunchExec::launch", lines[0]);
+  EXPECT_NE(std::string::npos, lines[1].find(", caller test, stderrList (nil), stdinFd -1, "
+                                             "stdoutFd -1, workdir (null), status 0x"));
   EXPECT_EQ("Exit  LaunchExec::launch, rc 9", lines[2]);
+  EXPECT_EQ("Exit  LaunchExec::launch", lines[8]);
+
+  // 1023 entries run; the shell sees 1019 positional parameters.
+  argv[1023] = nullptr;
+  EXPECT_EQ(0, LaunchExec::launch(argv.data(), "test", &err, -1, -1, nullptr, &status));
+  EXPECT_EQ(Lines{"1019"}, err);
+  EXPECT_TRUE(traced(sink, "test /bin/sh 1019"));
 }
 
-TEST_F(LaunchExecTest, CapturesStandardErrorInOrderAndExitStatus) {
-  testing::SyslogSink sink;
-  Lines err{"kept"};
-  int status = -7;
-  EXPECT_EQ(0, sh("echo one >&2; echo 'two  words ' >&2; printf three >&2", &err, &status));
-  EXPECT_EQ((Lines{"kept", "one", "two  words ", "three"}), err);
-  EXPECT_EQ(0, status);
-  EXPECT_TRUE(has(traces(sink), "test /bin/sh two  words "));
-
-  err.clear();
-  EXPECT_EQ(1, sh("echo failed >&2; exit 3", &err, &status));
-  EXPECT_EQ(Lines{"failed"}, err);
-  EXPECT_EQ(3, status);
-  EXPECT_TRUE(has(traces(sink), "/bin/sh task exit 3"));
-
-  std::vector<std::string> args{"/bin/sh", "-c", "for a; do echo \"[$a]\" >&2; done", "sh", "a b",
-                                "",        "c"};
-  err.clear();
-  EXPECT_EQ(0, LaunchExec::launch(args, "test", &err, -1, -1, "/etc/corvane", nullptr));
-  EXPECT_EQ((Lines{"[a b]", "[]", "[c]"}), err);
-  err.clear();
-  EXPECT_EQ(0, sh("pwd >&2", &err, nullptr, "/etc/corvane"));
-  EXPECT_EQ(Lines{"/etc/corvane"}, err);
-}
-
-TEST_F(LaunchExecTest, ChildSetUpFailuresReportTheirStatus) {
-  struct Case {
-    char const* program;
-    char const* workdir;
-    int in, out;
-    int status;
-    char const* description;
+TEST_F(LaunchExecTest, ReportsCodeStatusStandardErrorAndTraces) {
+  testing::writeFile("/tmp/in.txt", "input line\n");
+  int in = open("/tmp/in.txt", O_RDONLY);
+  int out = open("/tmp/out.txt", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  struct {
+    char const *program, *script, *workdir;
+    int in, out, rc, status;
+    char const* err;     // the list afterwards, joined by "|"
+    char const* traced;  // start of one trace line
   } const cases[] = {
-      {"/nonexistent/program", nullptr, -1, -1, 8, "Error executing"},
-      {"/bin/true", "/nonexistent/dir", -1, -1, 5, "Working directory not found"},
-      {"/bin/true", nullptr, -1, 999, 6, "Could not duplicate stdout"},
-      {"/bin/true", nullptr, 999, -1, 7, "Could not duplicate stdin"},
+      {"/bin/sh", "echo one >&2; echo 'two  words ' >&2; printf three >&2", nullptr, -1, -1, 0, 0,
+       "kept|one|two  words |three", "test /bin/sh two  words "},
+      // Extra arguments arrive intact, empty ones included.
+      {"/bin/sh", "for a; do echo \"[$a]\" >&2; done", nullptr, -1, -1, 0, 0, "kept|[a b]|[]|[c]",
+       "/bin/sh task started with id 0x"},
+      {"/bin/sh", "pwd >&2", "/etc/corvane", -1, -1, 0, 0, "kept|/etc/corvane",
+       "Exit  LaunchExec::launch, rc 0"},
+      // Standard output to `out`, standard error still to the list.
+      {"/bin/sh", "echo out; echo err >&2; cat", nullptr, in, out, 0, 0, "kept|err",
+       "test /bin/sh err"},
+      {"/bin/sh", "echo failed >&2; exit 3", nullptr, -1, -1, 1, 3, "kept|failed",
+       "/bin/sh task exit 3"},
+      {"/bin/sh", "kill -9 $$", nullptr, -1, -1, 1, -1, "kept",
+       "/bin/sh task exited abormally; status 0x9"},
+      // Set-up failures in the child.
+      {"/nonexistent/program", "", nullptr, -1, -1, 1, 8, "kept",
+       "LaunchExec execv returned from /nonexistent/program: No such file or directory"},
+      {"/bin/true", "", "/nonexistent/dir", -1, -1, 1, 5, "kept", "/bin/true task exit 5"},
+      {"/bin/true", "", nullptr, -1, 999, 1, 6, "kept", "/bin/true task exit 6"},
+      {"/bin/true", "", nullptr, 999, -1, 1, 7, "kept", "/bin/true task exit 7"},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.description);
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.script);
     testing::SyslogSink sink;
-    char const* argv[] = {c.program, nullptr};
-    Lines err;
-    int status = 0;
-    EXPECT_EQ(1, LaunchExec::launch(argv, "test", &err, c.in, c.out, c.workdir, &status));
+    std::vector<std::string> args{c.program, "-c", c.script, "sh", "a b", "", "c"};
+    Lines err{"kept"};  // appended to, never replaced
+    int status = -7;
+    EXPECT_EQ(c.rc, LaunchExec::launch(args, "test", &err, c.in, c.out, c.workdir, &status));
     EXPECT_EQ(c.status, status);
-    EXPECT_STREQ(c.description, LaunchExec::getExitDescription(status));
-    EXPECT_TRUE(err.empty());
-    if (c.status == 8) {
-      Lines lines = traces(sink);
-      EXPECT_TRUE(has(lines, "LaunchExec execv call to /nonexistent/program"));
-      EXPECT_TRUE(has(lines,
-                      "LaunchExec execv returned from /nonexistent/program: "
-                      "No such file or directory"));
-    }
+    std::string joined;
+    for (auto const& line : err) joined += (joined.empty() ? "" : "|") + line;
+    EXPECT_EQ(c.err, joined);
+    EXPECT_TRUE(traced(sink, c.traced));
+  }
+  EXPECT_EQ("out\ninput line\n", testing::readFile("/tmp/out.txt"));
+  close(in);
+  close(out);
+}
+
+TEST(LaunchExecDescriptionTest, DescribesTheCodesOfLaunchAndChild) {
+  char const* const texts[] = {"Child task exited abnormally",    "Error waiting for child task",
+                               "Working directory not found",     "Could not duplicate stdout",
+                               "Could not duplicate stdin",       "Error executing",
+                               "Parameter list is not terminated"};
+  for (int code = 3; code <= 9; ++code) {
+    EXPECT_STREQ(texts[code - 3], LaunchExec::getExitDescription(code));
+  }
+  for (int code : {-1, 10, 42}) {
+    EXPECT_STREQ("Undefined internal exit code", LaunchExec::getExitDescription(code));
   }
 }
 
-TEST_F(LaunchExecTest, KilledChildGivesStatusMinusOne) {
-  testing::SyslogSink sink;
-  int status = 0;
-  EXPECT_EQ(1, sh("kill -9 $$", nullptr, &status));
-  EXPECT_EQ(-1, status);
-  Lines lines = traces(sink);
-  EXPECT_TRUE(has(lines, "/bin/sh task exited abormally; status 0x9"));
-  EXPECT_TRUE(has(lines, "Exit  LaunchExec::launch, rc 1"));
-}
-
-TEST_F(LaunchExecTest, StdoutAndStdinGoToTheGivenDescriptors) {
-  char outName[] = "/tmp/out.XXXXXX";
-  int out = mkstemp(outName);
-  ASSERT_GE(out, 0);
-  testing::writeFile("/tmp/in.txt", "input line\n");
-  int in = open("/tmp/in.txt", O_RDONLY);
-  ASSERT_GE(in, 0);
-  Lines err;
-  EXPECT_EQ(0, sh("echo out; echo err >&2; cat", &err, nullptr, nullptr, in, out));
-  EXPECT_EQ(Lines{"err"}, err);
-  EXPECT_EQ("out\ninput line\n", testing::readFile(outName));
-  close(in);
-  close(out);
-  unlink(outName);
-}
-
-int gReaped = 0;
 void reapAll(int) {
-  while (waitpid(-1, nullptr, WNOHANG) > 0) ++gReaped;
+  while (waitpid(-1, nullptr, WNOHANG) > 0) continue;
 }
 
 TEST_F(LaunchExecTest, HostSigchldDispositionIsBypassedAndRestored) {
+  // Either disposition would take the child away from waitpid (code 4) if kept.
   for (auto handler : {&reapAll, SIG_IGN}) {
-    struct sigaction mine = {}, previous = {}, after = {};
+    struct sigaction mine = {}, after = {};
     mine.sa_handler = handler;
     mine.sa_flags = SA_NOCLDSTOP;
-    ASSERT_EQ(0, sigaction(SIGCHLD, &mine, &previous));
-    gReaped = 0;
+    ASSERT_EQ(0, sigaction(SIGCHLD, &mine, nullptr));
     int status = 0;
-    // Either disposition would take the child away from waitpid (code 4) if kept.
     EXPECT_EQ(1, sh("exit 4", nullptr, &status));
     EXPECT_EQ(4, status);
-    EXPECT_EQ(0, gReaped);
-    sigaction(SIGCHLD, &previous, &after);
+    sigaction(SIGCHLD, nullptr, &after);
     EXPECT_EQ(handler, after.sa_handler);
     EXPECT_TRUE(after.sa_flags & SA_NOCLDSTOP);
   }
+  signal(SIGCHLD, SIG_DFL);
 }
 
 TEST_F(LaunchExecTest, LeavesNoDescriptorOrTempFileBehind) {
@@ -214,19 +177,20 @@ TEST_F(LaunchExecTest, LeavesNoDescriptorOrTempFileBehind) {
     ASSERT_EQ(i % 3 == 0 ? 0 : 1, rc) << i;
   }
   EXPECT_EQ(before, testing::openDescriptorCount());
-  EXPECT_EQ(0u, leftoverTempFiles());
+  glob_t found{};
+  EXPECT_EQ(GLOB_NOMATCH, glob("/tmp/le.*", 0, nullptr, &found));
+  globfree(&found);
 }
 
 TEST_F(LaunchExecTest, RunsWithoutCaptureWhenNoTempFileCanBeMade) {
   if (mount("none", "/tmp", "tmpfs", MS_RDONLY, nullptr) != 0) GTEST_SKIP() << "cannot mount";
   testing::SyslogSink sink;
-  Lines err;
   int status = -5;
-  int rc = sh("exit 0", &err, &status);
+  int rc = sh("exit 0", nullptr, &status);
   umount2("/tmp", MNT_DETACH);
   EXPECT_EQ(0, rc);
   EXPECT_EQ(0, status);
-  EXPECT_TRUE(has(traces(sink), "Can't create temp /tmp/le.XXXXXX, Read-only file system"));
+  EXPECT_TRUE(traced(sink, "Can't create temp /tmp/le.XXXXXX, Read-only file system"));
 }
 
 TEST_F(LaunchExecTest, SetsLangFromTheDeviceLocale) {
@@ -234,20 +198,10 @@ TEST_F(LaunchExecTest, SetsLangFromTheDeviceLocale) {
                      "<locale><language>de</language><country>DE</country></locale>\n");
   Lines err;
   EXPECT_EQ(0, sh("echo \"$LANG\" >&2", &err, nullptr));
-  EXPECT_EQ(Lines{"de_DE"}, err);
-  EXPECT_STREQ("de_DE", getenv("LANG"));
+  EXPECT_STREQ("de_DE", getenv("LANG"));  // the caller keeps it too
   testing::writeFile("/etc/corvane/locale.xml", nullptr);
-  err.clear();
   EXPECT_EQ(0, sh("echo \"$LANG\" >&2", &err, nullptr));
-  EXPECT_EQ(Lines{"en_US"}, err);
-}
-
-TEST(LaunchExecDescriptionTest, KnowsTheNeverReturnedCodeAndNoOthers) {
-  EXPECT_STREQ("Child task exited abnormally", LaunchExec::getExitDescription(3));
-  EXPECT_STREQ("Parameter list is not terminated", LaunchExec::getExitDescription(9));
-  for (int code : {-1, 10, 42}) {
-    EXPECT_STREQ("Undefined internal exit code", LaunchExec::getExitDescription(code));
-  }
+  EXPECT_EQ((Lines{"de_DE", "en_US"}), err);
 }
 
 }  // namespace
