@@ -67,7 +67,7 @@ class ServiceTest : public ::testing::Test {
   // reports ("thrift: ..."), which are not this client's.
   Lines traces() {
     Lines texts;
-    for (std::string const& line : mSink.drain(150)) {
+    for (std::string const& line : mSink.drain(50)) {
       std::string text = line.substr(line.find("]:") + 2);
       if (text.rfind("thrift: ", 0) != 0) texts.push_back(text);
     }
@@ -92,76 +92,57 @@ class ServiceTest : public ::testing::Test {
   struct Operation {
     char const* method;
     std::function<int()> call;
-    std::string args;  // the argument record expected on the wire
+    std::string message;  // what a generated client sends for the same call
   };
   // Every operation; getObjectTypes answers 13 for an empty list.
   std::vector<Operation> operations() {
     Value const* v = mValue.get();
-    cm::configManager_createObject_args create;
-    create.domain = "d", create.objectType = "t", create.objectName = "n";
-    create.value = listOf(v, "n"), create.state = 1, create.forceValidation = true;
-    cm::configManager_updateObject_args update;
-    update.domain = "d", update.objectType = "t", update.objectName = "n2";
-    update.value = listOf(v, "n2"), update.forceValidation = false;
-    cm::configManager_queryObject_args dtn;  // the same three fields for many methods
-    dtn.domain = "d", dtn.objectType = "t", dtn.objectName = "n";
-    cm::configManager_validateObject_args validate;
-    validate.objectType = "iface", validate.value = listOf(v, "iface");
-    cm::configManager_getNamesofObject_args names;
-    names.domain = "d", names.objectType = "t";
-    cm::configManager_setAdminState_args admin;
-    admin.domain = "d", admin.objectType = "t", admin.objectName = "n", admin.state = 1;
-    cm::configManager_setOpState_args op;
-    op.domain = "d", op.objectType = "t", op.objectName = "n", op.state = 3;
+    auto sent = [](std::function<void(cm::configManagerClient&)> const& send) {
+      auto buffer = std::make_shared<apache::thrift::transport::TMemoryBuffer>();
+      cm::configManagerClient client(
+          std::make_shared<apache::thrift::protocol::TBinaryProtocol>(buffer));
+      send(client);
+      return buffer->getBufferAsString();
+    };
+    using C = cm::configManagerClient&;
     return {
         {"createObject",
          [=] { return Service::createObject("d", "t", "n", v, Service::kwEnabled, true); },
-         serialize(create)},
-        {"queryObject", [=] { return Service::queryObject("d", "t", "n", &mOut); }, serialize(dtn)},
+         sent([=](C c) { c.send_createObject("d", "t", "n", listOf(v, "n"), 1, true); })},
+        {"queryObject", [=] { return Service::queryObject("d", "t", "n", &mOut); },
+         sent([](C c) { c.send_queryObject("d", "t", "n"); })},
         {"updateObject", [=] { return Service::updateObject("d", "t", "n2", v, false); },
-         serialize(update)},
-        {"deleteObject", [] { return Service::deleteObject("d", "t", "n"); }, serialize(dtn)},
-        {"resetObject", [] { return Service::resetObject("d", "t", "n"); }, serialize(dtn)},
+         sent([=](C c) { c.send_updateObject("d", "t", "n2", listOf(v, "n2"), false); })},
+        {"deleteObject", [] { return Service::deleteObject("d", "t", "n"); },
+         sent([](C c) { c.send_deleteObject("d", "t", "n"); })},
+        {"resetObject", [] { return Service::resetObject("d", "t", "n"); },
+         sent([](C c) { c.send_resetObject("d", "t", "n"); })},
         {"validateObject", [=] { return Service::validateObject("iface", v); },
-         serialize(validate)},
+         sent([=](C c) { c.send_validateObject("iface", listOf(v, "iface")); })},
         {"getObjectTypes", [] { return Service::getObjectTypes().empty() ? 13 : 0; },
-         std::string(1, '\0')},
+         sent([](C c) { c.send_getObjectTypes(); })},
         {"getNamesofObject", [=] { return Service::getNamesofObject("d", "t", mNames); },
-         serialize(names)},
+         sent([](C c) { c.send_getNamesofObject("d", "t"); })},
         {"setAdminState", [] { return Service::setAdminState("d", "t", "n", Service::kwEnabled); },
-         serialize(admin)},
+         sent([](C c) { c.send_setAdminState("d", "t", "n", 1); })},
         {"getAdminState", [=] { return Service::getAdminState("d", "t", "n", mAdmin); },
-         serialize(dtn)},
+         sent([](C c) { c.send_getAdminState("d", "t", "n"); })},
         {"setOpState", [] { return Service::setOpState("d", "t", "n", Service::kwTransitionDown); },
-         serialize(op)},
-        {"getOpState", [=] { return Service::getOpState("d", "t", "n", mOp); }, serialize(dtn)},
+         sent([](C c) { c.send_setOpState("d", "t", "n", 3); })},
+        {"getOpState", [=] { return Service::getOpState("d", "t", "n", mOp); },
+         sent([](C c) { c.send_getOpState("d", "t", "n"); })},
     };
   }
 };
 
-TEST_F(ServiceTest, EachOperationMakesOneCallOnItsOwnConnection) {
-  auto ops = operations();
-  for (auto const& op : ops) op.call();  // unprogrammed: neutral answers
-  auto calls = mManager.calls();
-  ASSERT_EQ(ops.size(), calls.size());
-  for (size_t i = 0; i < ops.size(); ++i) {
-    EXPECT_EQ(ops[i].method, calls[i].name);
-    EXPECT_EQ(1, calls[i].type) << ops[i].method;
-    EXPECT_EQ(ops[i].args, calls[i].args) << ops[i].method;
+TEST_F(ServiceTest, EachOperationMakesOneCallAndPassesOnTheAnswer) {
+  // Every method answering a bare code reads the same bytes as createObject's result.
+  std::pair<char const*, int> const codes[] = {
+      {"createObject", 6},   {"updateObject", 10}, {"deleteObject", 5}, {"resetObject", 8},
+      {"validateObject", 7}, {"setAdminState", 4}, {"setOpState", 11}};
+  for (auto const& c : codes) {
+    mManager.reply(c.first, success<cm::configManager_createObject_result>(c.second));
   }
-  EXPECT_EQ(static_cast<int>(ops.size()), mManager.acceptedConnections());
-  waitIdle();
-  EXPECT_EQ(Lines(), traces());
-}
-
-TEST_F(ServiceTest, CodesAndOutArgumentsComeFromTheManager) {
-  mManager.reply("createObject", success<cm::configManager_createObject_result>(6));
-  mManager.reply("updateObject", success<cm::configManager_updateObject_result>(10));
-  mManager.reply("deleteObject", success<cm::configManager_deleteObject_result>(5));
-  mManager.reply("resetObject", success<cm::configManager_resetObject_result>(8));
-  mManager.reply("validateObject", success<cm::configManager_validateObject_result>(7));
-  mManager.reply("setAdminState", success<cm::configManager_setAdminState_result>(4));
-  mManager.reply("setOpState", success<cm::configManager_setOpState_result>(11));
   mManager.reply("getObjectTypes",
                  success<cm::configManager_getObjectTypes_result>(Names{"interface", "route"}));
   cm::RtcObjectName names;
@@ -177,14 +158,27 @@ TEST_F(ServiceTest, CodesAndOutArgumentsComeFromTheManager) {
   query.values = listOf(mValue.get(), "x"), query.code = 5;
   mManager.reply("queryObject", success<cm::configManager_queryObject_result>(query));
 
+  // Null values are refused without a connection.
+  EXPECT_EQ(kwInvalidValue, Service::createObject("d", "t", "n", nullptr, Service::kwEnabled, 0));
+  EXPECT_EQ(kwInvalidValue, Service::updateObject("d", "t", "n", nullptr, false));
+  EXPECT_EQ(kwInvalidValue, Service::queryObject("d", "t", "n", nullptr));
+
   int const expected[] = {6, 5, 10, 5, 8, 7, 0, 3, 4, 12, 11, 0};
   auto ops = operations();
   for (size_t i = 0; i < ops.size(); ++i) EXPECT_EQ(expected[i], ops[i].call()) << ops[i].method;
+  auto calls = mManager.calls();
+  ASSERT_EQ(ops.size(), calls.size());
+  for (size_t i = 0; i < ops.size(); ++i)
+    EXPECT_EQ(ops[i].message, calls[i].message) << ops[i].method;
+  EXPECT_EQ(static_cast<int>(ops.size()), mManager.acceptedConnections());
   EXPECT_EQ(reinterpret_cast<Value*>(0x1234), mOut);  // untouched unless the code is 0
   EXPECT_EQ((Names{"eth0", "eth1"}), mNames);         // replaced whatever the code
   EXPECT_EQ(Service::kwDisabled, mAdmin);
   EXPECT_EQ(Service::kwTransitionDown, mOp);
   EXPECT_EQ((Names{"interface", "route"}), Service::getObjectTypes());
+  // validateObject has no null check: a null value goes out as an empty list.
+  EXPECT_EQ(7, Service::validateObject("iface", nullptr));
+  EXPECT_TRUE(mManager.args<cm::configManager_validateObject_args>("validateObject").value.empty());
 
   query.code = 0;
   mManager.reply("queryObject", success<cm::configManager_queryObject_result>(query));
@@ -195,114 +189,92 @@ TEST_F(ServiceTest, CodesAndOutArgumentsComeFromTheManager) {
   mManager.reply("queryObject", success<cm::configManager_queryObject_result>(query));
   EXPECT_EQ(0, Service::queryObject("d", "t", "n", &mOut));
   EXPECT_EQ(nullptr, mOut);
-}
-
-TEST_F(ServiceTest, NullValuesAreRefusedWithoutConnecting) {
-  EXPECT_EQ(kwInvalidValue, Service::createObject("d", "t", "n", nullptr, Service::kwEnabled, 0));
-  EXPECT_EQ(kwInvalidValue, Service::updateObject("d", "t", "n", nullptr, false));
-  EXPECT_EQ(kwInvalidValue, Service::queryObject("d", "t", "n", nullptr));
-  EXPECT_EQ(0, mManager.acceptedConnections());
-  // validateObject has no such check: a null value goes out as an empty list.
-  EXPECT_EQ(kwOK, Service::validateObject("iface", nullptr));
-  EXPECT_TRUE(mManager.args<cm::configManager_validateObject_args>("validateObject").value.empty());
+  waitIdle();
   EXPECT_EQ(Lines(), traces());
 }
 
 TEST_F(ServiceTest, ManagerExceptionsAreTranslatedAndLoggedUnevenly) {
-  cm::ConfigChangeException change;
-  change.rc = 7, change.messageID = "@mtu_too_big";
-  change.__set_parameters({"9000", "eth0"});
-  cm::ValidationException invalid;
-  invalid.errorString = "@prop_string_too_long", invalid.errorField = "mtu";
-  // Results of every method that declares them: the change exception is field 1, the
-  // validation exception field 2 (field 1 for validateObject).
-  cm::configManager_createObject_result changeResult, invalidResult;
-  changeResult.e = change, changeResult.__isset.e = true;
-  invalidResult.ve = invalid, invalidResult.__isset.ve = true;
+  // The change exception is field 1 of every result that declares it, the validation exception
+  // field 2 (field 1 for validateObject).
+  cm::configManager_createObject_result change, invalid;
+  change.e.rc = 7, change.e.messageID = "@mtu_too_big", change.__isset.e = true;
+  change.e.__set_parameters({"9000", "eth0"});
+  invalid.ve.errorString = "@prop_string_too_long", invalid.ve.errorField = "mtu";
+  invalid.__isset.ve = true;
   cm::configManager_validateObject_result invalidOnly;
-  invalidOnly.ve = invalid, invalidOnly.__isset.ve = true;
-
-  std::string const rethrowChange = "Caught and rethrowing ConfigChangeException";
-  std::string const rethrowInvalid = "Caught and rethrowing ValidationException";
+  invalidOnly.ve = invalid.ve, invalidOnly.__isset.ve = true;
   struct Case {
     char const* method;
     bool change;
-    Lines logged;
+    char const* logged;  // what was caught and rethrown, if it is logged at all
   } const cases[] = {
-      {"createObject", true, {}},
-      {"createObject", false, {rethrowInvalid}},
-      {"updateObject", true, {rethrowChange}},
-      {"updateObject", false, {rethrowInvalid}},
-      {"validateObject", false, {rethrowInvalid}},
-      {"deleteObject", true, {}},
-      {"resetObject", true, {}},
-      {"setAdminState", true, {}},
+      {"createObject", true, nullptr},
+      {"createObject", false, "ValidationException"},
+      {"updateObject", true, "ConfigChangeException"},
+      {"updateObject", false, "ValidationException"},
+      {"validateObject", false, "ValidationException"},
+      {"deleteObject", true, nullptr},
+      {"resetObject", true, nullptr},
+      {"setAdminState", true, nullptr},
   };
   auto ops = operations();
   for (auto const& c : cases) {
-    std::string method = c.method;
-    if (method == "validateObject")
-      mManager.reply(method, invalidOnly);
-    else
-      mManager.reply(method, c.change ? changeResult : invalidResult);
+    std::string method = c.method, caught = "nothing";
+    mManager.replyBytes(method, 2,
+                        method == "validateObject" ? serialize(invalidOnly)
+                                                   : serialize(c.change ? change : invalid));
     auto op =
         std::find_if(ops.begin(), ops.end(), [&](Operation& o) { return o.method == method; });
     try {
       op->call();
-      ADD_FAILURE() << method << " did not throw";
     } catch (ConfigChangeException const& e) {
-      EXPECT_TRUE(c.change) << method;
-      EXPECT_EQ(7, e.rc);
-      EXPECT_EQ("@mtu_too_big", e.messageID);
-      EXPECT_EQ((Names{"9000", "eth0"}), e.parameters);
-      EXPECT_STREQ("rc:7, msgid:@mtu_too_big", e.what());
+      caught = std::string(e.what()) + " " + std::to_string(e.rc) + " " + e.messageID + " " +
+               e.parameters.at(0) + "," + e.parameters.at(1);
     } catch (ValidationException const& e) {
-      EXPECT_FALSE(c.change) << method;
-      EXPECT_EQ("@prop_string_too_long", e.errorString);
-      EXPECT_EQ("mtu", e.errorField);
+      caught = e.errorString + " " + e.errorField;
     }
-    EXPECT_EQ(c.logged, traces()) << method;
+    EXPECT_EQ(c.change ? "rc:7, msgid:@mtu_too_big 7 @mtu_too_big 9000,eth0"
+                       : "@prop_string_too_long mtu",
+              caught)
+        << method;
+    Lines logged;
+    if (c.logged) logged.push_back(std::string("Caught and rethrowing ") + c.logged);
+    EXPECT_EQ(logged, traces()) << method;
   }
 }
 
-TEST_F(ServiceTest, ManagerDownGivesCommErrorQuicklyAndLeavesOutputsAlone) {
-  mManager.stop();
+TEST_F(ServiceTest, FailedConversationsGiveCommErrorQuicklyAndLeaveOutputsAlone) {
+  using apache::thrift::TApplicationException;
+  auto ops = operations();
+  waitIdle();
   int descriptors = testing::openDescriptorCount();
-  for (auto const& op : operations()) {
-    auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(kwCommError, op.call()) << op.method;
-    std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    EXPECT_LT(took.count(), 1.5) << op.method;
-    // Only updateObject reports the failed conversation.
-    Lines expected;
-    if (std::string(op.method) == "updateObject") {
-      expected.push_back("Caught TException, returning kwCommError");
+  // An application exception, a reply cut short, then no manager at all.
+  for (int failure = 0; failure < 3; ++failure) {
+    if (failure == 1) mManager.replyRaw("", std::string("\x80\x01\x00\x02\x00\x00", 6), true);
+    if (failure == 2) mManager.stop();
+    for (auto const& op : ops) {
+      if (failure == 0) {
+        mManager.replyException(op.method,
+                                TApplicationException(TApplicationException::INTERNAL_ERROR, "x"));
+      }
+      auto start = std::chrono::steady_clock::now();
+      EXPECT_EQ(kwCommError, op.call()) << op.method << " " << failure;
+      std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+      EXPECT_LT(took.count(), 1.5) << op.method;
+      // Only updateObject reports the failed conversation.
+      bool reports = std::string(op.method) == "updateObject";
+      EXPECT_EQ(reports ? Lines{"Caught TException, returning kwCommError"} : Lines(), traces())
+          << op.method << " " << failure;
     }
-    EXPECT_EQ(expected, traces()) << op.method;
+    mManager.reset();
   }
   EXPECT_EQ(reinterpret_cast<Value*>(0x1234), mOut);
   EXPECT_EQ(Names{"kept"}, mNames);
   EXPECT_EQ(Service::kwEnabled, mAdmin);
   EXPECT_EQ(Service::kwPendingUp, mOp);
-  EXPECT_EQ(descriptors, testing::openDescriptorCount());
-}
-
-TEST_F(ServiceTest, BrokenAnswersCountAsCommErrors) {
-  auto ops = operations();
-  waitIdle();
-  int descriptors = testing::openDescriptorCount();
-  for (auto const& op : ops) {
-    mManager.replyException(op.method,
-                            apache::thrift::TApplicationException(
-                                apache::thrift::TApplicationException::INTERNAL_ERROR, "boom"));
-    EXPECT_EQ(kwCommError, op.call()) << op.method;
-  }
-  mManager.reset();
-  mManager.replyRaw("", std::string("\x80\x01\x00\x02\x00\x00", 6), true);  // cut short
-  for (auto const& op : ops) EXPECT_EQ(kwCommError, op.call()) << op.method;
+  mManager.start();
   waitIdle();
   EXPECT_EQ(descriptors, testing::openDescriptorCount());
-  EXPECT_EQ(Names{"kept"}, mNames);
 }
 
 TEST(ConfigChangeExceptionTest, DescriptionIsCutMessageIdIsNot) {
