@@ -74,12 +74,7 @@ class ServiceTest : public ::testing::Test {
     return texts;
   }
 
-  void waitIdle() {
-    for (int i = 0; i < 100 && mManager.openConnections() != 0; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    EXPECT_EQ(0, mManager.openConnections());
-  }
+  void waitIdle() { EXPECT_TRUE(mManager.waitUntilIdle()); }
 
   testing::FakeManager mManager{"configmgr"};
   testing::SyslogSink mSink;

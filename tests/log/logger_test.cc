@@ -186,8 +186,7 @@ TEST_F(LoggerTest, TracePathAllocatesNothing) {
 class LogReceiverTest : public LoggerTest {
  protected:
   void expectConnectionsClosed() {
-    for (int i = 0; i < 50 && mReceiver.openConnections() != 0; ++i) usleep(10000);
-    EXPECT_EQ(mReceiver.openConnections(), 0);
+    EXPECT_TRUE(mReceiver.waitUntilIdle());
   }
 
   testing::FakeManager mReceiver{"logreceiver"};

@@ -133,10 +133,7 @@ TYPED_TEST(GetClientTest, CallsTheBaseServiceOfItsManager) {
   EXPECT_EQ(0x22, args.logMask);
   client.reset();
   // Deleting the client closes its connection.
-  for (int i = 0; i < 100 && manager.openConnections() != 0; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_EQ(0, manager.openConnections());
+  EXPECT_TRUE(manager.waitUntilIdle());
   EXPECT_EQ(1, manager.acceptedConnections());
 }
 
@@ -216,20 +213,13 @@ TEST(GetClientTest, UnansweredConnectGivesUpAfterOneSecond) {
   EXPECT_LT(waited, 1.6);
 }
 
-// The fake serves in this process: its side of each connection closes a moment after ours.
-void waitUntilIdle(FakeManager const& manager) {
-  for (int i = 0; i < 200 && manager.openConnections() != 0; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-}
-
 TEST(GetClientTest, ThousandCyclesLeakNoDescriptor) {
   FakeManager manager("statusmgr");
   {  // the first connection may open lazily held descriptors (services database, ...)
     std::unique_ptr<statusManager::StatusManagerClient> warm(
         getClient<statusManager::StatusManagerClient>("statusmgr", 0));
   }
-  waitUntilIdle(manager);
+  ASSERT_TRUE(manager.waitUntilIdle());
   int before = testing::openDescriptorCount();
   for (int i = 0; i < 1000; ++i) {
     delete getClient<statusManager::StatusManagerClient>("statusmgr", 0);
@@ -237,7 +227,7 @@ TEST(GetClientTest, ThousandCyclesLeakNoDescriptor) {
   for (int i = 0; i < 1000; ++i) {
     EXPECT_THROW(getClient<userManager::userManagerClient>("usermgr", 0), TTransportException);
   }
-  waitUntilIdle(manager);
+  ASSERT_TRUE(manager.waitUntilIdle());
   EXPECT_EQ(before, testing::openDescriptorCount());
 }
 
@@ -275,10 +265,7 @@ TEST(CallManagerTest, OtherExceptionsPropagate) {
                    })),
                std::runtime_error);
   // The client was released on that path as well.
-  for (int i = 0; i < 100 && manager.openConnections() != 0; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_EQ(0, manager.openConnections());
+  EXPECT_TRUE(manager.waitUntilIdle());
 }
 
 TEST(GetClientTest, RoutesThriftLibraryMessagesToTheLog) {

@@ -133,6 +133,7 @@ struct FakeManager::Impl {
   bool hang = false;
   int accepted = 0;
   int open = 0;
+  int accepting = 0;  // inside accept4: a descriptor may exist that `open` does not count yet
 
   std::atomic<bool> running{false};
   int listener = -1;
@@ -180,9 +181,15 @@ struct FakeManager::Impl {
       if (poll(&p, 1, kPollMs) <= 0) continue;
       reap();
       for (;;) {
+        {
+          std::lock_guard<std::mutex> lock(mutex);
+          ++accepting;
+        }
         int fd = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (fd >= 0) spawn(fd);
+        std::lock_guard<std::mutex> lock(mutex);
+        --accepting;
         if (fd < 0) break;
-        spawn(fd);
       }
     }
   }
@@ -356,6 +363,23 @@ int FakeManager::acceptedConnections() const {
 int FakeManager::openConnections() const {
   std::lock_guard<std::mutex> lock(mImpl->mutex);
   return mImpl->open;
+}
+
+bool FakeManager::waitUntilIdle(int timeoutMs) const {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  for (;;) {
+    bool queued = false;
+    if (mImpl->listener >= 0) {
+      pollfd p{mImpl->listener, POLLIN, 0};
+      queued = poll(&p, 1, 0) > 0;
+    }
+    {
+      std::lock_guard<std::mutex> lock(mImpl->mutex);
+      if (!queued && mImpl->accepting == 0 && mImpl->open == 0) return true;
+    }
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
 }
 
 namespace {

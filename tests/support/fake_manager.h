@@ -100,6 +100,9 @@ class FakeManager {
   // Connections accepted so far, and those still open.
   int acceptedConnections() const;
   int openConnections() const;
+  // Waits until no connection is waiting to be accepted, being accepted or open: every
+  // descriptor of this fake's connections is closed. False after `timeoutMs`.
+  bool waitUntilIdle(int timeoutMs = 3000) const;
 
   // The argument record of the last call of `method`, decoded.
   template <class Args>

@@ -76,8 +76,7 @@ TEST_F(LocaleTest, SetLocaleAsksTheConfigurationManager) {
   manager.reply("setLocale", answer);
   EXPECT_FALSE(applianceUtils::setLocale("fr", "FR"));
   EXPECT_EQ("FR", manager.args<configManager::configManager_setLocale_args>("setLocale").country);
-  for (int i = 0; i < 100 && manager.openConnections() != 0; ++i) usleep(10000);
-  EXPECT_EQ(0, manager.openConnections());
+  EXPECT_TRUE(manager.waitUntilIdle());
   // Down: false, and nothing left open.
   manager.stop();
   int descriptors = testing::openDescriptorCount();
