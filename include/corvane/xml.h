@@ -82,7 +82,7 @@ class Config {
   virtual bool Parse(std::istream& in);
   // Parses the file at `path`. With `lineFilter`, lines starting with "#" and a blank are
   // line directives (as a C preprocessor leaves them) and are not parsed. False when the file
-  // cannot be opened (the error code and, with `lineFilter`, the previous tree survive).
+  // cannot be opened (the error code and the previous tree survive).
   virtual bool Parse(char const* path, bool lineFilter);
 
   // Expat's text for the error code of the last failed parse.
