@@ -68,6 +68,19 @@ std::shared_ptr<Client> connect() {
   return std::shared_ptr<Client>(getClient<Client>("configmgr", 0));
 }
 
+// Makes `call` on a fresh client; false when any Thrift exception ended the conversation.
+// For the operations whose answers carry no declared exception.
+template <class Call>
+bool converse(Call&& call) {
+  try {
+    auto client = connect();
+    call(*client);
+    return true;
+  } catch (TException const&) {
+    return false;
+  }
+}
+
 ValueList toList(Value const* value, std::string const& name) {
   ValueList list;
   if (value != nullptr) value->asThrift(list, name.c_str());
@@ -106,10 +119,7 @@ int Service::queryObject(std::string const& domain, std::string const& objectTyp
                          std::string const& objectName, Value** value) {
   if (value == nullptr) return kwInvalidValue;
   configManager::RtcValue answer;
-  try {
-    auto client = connect();
-    client->queryObject(answer, domain, objectType, objectName);
-  } catch (TException const&) {
+  if (!converse([&](Client& c) { c.queryObject(answer, domain, objectType, objectName); })) {
     return kwCommError;
   }
   if (answer.code == kwOK) *value = Value::parseThrift(answer.values);
@@ -172,22 +182,14 @@ int Service::validateObject(std::string const& objectType, Value const* value) {
 
 std::vector<std::string> Service::getObjectTypes() {
   std::vector<std::string> types;
-  try {
-    auto client = connect();
-    client->getObjectTypes(types);
-  } catch (TException const&) {
-    return std::vector<std::string>();
-  }
+  if (!converse([&](Client& c) { c.getObjectTypes(types); })) return std::vector<std::string>();
   return types;
 }
 
 int Service::getNamesofObject(std::string const& domain, std::string const& objectType,
                               std::vector<std::string>& names) {
   configManager::RtcObjectName answer;
-  try {
-    auto client = connect();
-    client->getNamesofObject(answer, domain, objectType);
-  } catch (TException const&) {
+  if (!converse([&](Client& c) { c.getNamesofObject(answer, domain, objectType); })) {
     return kwCommError;
   }
   names = answer.objectNames;
@@ -211,10 +213,7 @@ int Service::setAdminState(std::string const& domain, std::string const& objectT
 int Service::getAdminState(std::string const& domain, std::string const& objectType,
                            std::string const& objectName, AdminState& state) {
   configManager::RtcAdminState answer;
-  try {
-    auto client = connect();
-    client->getAdminState(answer, domain, objectType, objectName);
-  } catch (TException const&) {
+  if (!converse([&](Client& c) { c.getAdminState(answer, domain, objectType, objectName); })) {
     return kwCommError;
   }
   state = static_cast<AdminState>(answer.state);
@@ -223,21 +222,15 @@ int Service::getAdminState(std::string const& domain, std::string const& objectT
 
 int Service::setOpState(std::string const& domain, std::string const& objectType,
                         std::string const& objectName, OpState state) {
-  try {
-    auto client = connect();
-    return client->setOpState(domain, objectType, objectName, state);
-  } catch (TException const&) {
-    return kwCommError;
-  }
+  int rc = kwCommError;
+  converse([&](Client& c) { rc = c.setOpState(domain, objectType, objectName, state); });
+  return rc;
 }
 
 int Service::getOpState(std::string const& domain, std::string const& objectType,
                         std::string const& objectName, OpState& state) {
   configManager::RtcOpState answer;
-  try {
-    auto client = connect();
-    client->getOpState(answer, domain, objectType, objectName);
-  } catch (TException const&) {
+  if (!converse([&](Client& c) { c.getOpState(answer, domain, objectType, objectName); })) {
     return kwCommError;
   }
   state = static_cast<OpState>(answer.state);
