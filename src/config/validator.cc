@@ -2,6 +2,7 @@
 
 #include "corvane/validator.h"
 
+#include <pcre.h>
 #include <pcrecpp.h>
 
 #include <memory>
@@ -16,6 +17,48 @@ namespace validator {
 namespace {
 
 bool isSeparator(char c) { return c == '\t' || c == ' ' || c == '+' || c == ','; }
+
+// PCRE's matcher recurses once per repetition of a group, on the caller's stack, so a long
+// value matching `(ab)*` can exhaust any stack; catastrophic backtracking can run for minutes.
+// Every pattern is therefore matched with a recursion depth that fits a fixed stack budget
+// and a cap on the matcher's total steps. A value that reaches either bound is refused.
+constexpr long kMatchStackBudget = 512 * 1024;
+constexpr int kMatchLimit = 1000000;
+
+int matchRecursionLimit() {
+  // pcre_exec reports the size of one recursion frame of this build for this magic call.
+  static int const limit = [] {
+    int frame = -pcre_exec(nullptr, nullptr, nullptr, -999, -999, 0, nullptr, 0);
+    if (frame < 64) frame = 1024;  // an older PCRE without the query: assume a large frame
+    return static_cast<int>(kMatchStackBudget / frame);
+  }();
+  return limit;
+}
+
+pcrecpp::RE_Options boundedOptions() {
+  pcrecpp::RE_Options options;
+  options.set_match_limit(kMatchLimit);
+  options.set_match_limit_recursion(matchRecursionLimit());
+  return options;
+}
+
+// pcrecpp folds "limit reached" into "no match"; this repeats the full match with the raw
+// matcher and the same bounds to tell them apart. Only called after a refusal.
+bool hitsMatchBound(std::string const& pattern, std::string const& text) {
+  char const* error = nullptr;
+  int offset = 0;
+  // The same anchoring FullMatch uses.
+  std::unique_ptr<pcre, void (*)(void*)> re(
+      pcre_compile(("(?:" + pattern + ")\\z").c_str(), 0, &error, &offset, nullptr), pcre_free);
+  if (!re) return false;
+  pcre_extra extra = {};
+  extra.flags = PCRE_EXTRA_MATCH_LIMIT | PCRE_EXTRA_MATCH_LIMIT_RECURSION;
+  extra.match_limit = kMatchLimit;
+  extra.match_limit_recursion = static_cast<unsigned long>(matchRecursionLimit());
+  int rc = pcre_exec(re.get(), &extra, text.data(), static_cast<int>(text.size()), 0,
+                     PCRE_ANCHORED, nullptr, 0);
+  return rc == PCRE_ERROR_MATCHLIMIT || rc == PCRE_ERROR_RECURSIONLIMIT;
+}
 
 }  // namespace
 
@@ -170,6 +213,14 @@ bool String::Valid(Value const* value) const {
     return false;
   }
   if (!mPatterns.empty() && !Matches(simple->text())) {
+    for (pcrecpp::RE const* pattern : mPatterns) {
+      if (pattern->error().empty() && hitsMatchBound(pattern->pattern(), simple->text())) {
+        log::trace(4, "string validator %s: value of %zu bytes exceeds the matcher's bounds "
+                   "for pattern %s; refused", property("name") ? property("name")->c_str() : "",
+                   length, pattern->pattern().c_str());
+        break;
+      }
+    }
     mMessage = "@prop_string_no_match";
     return false;
   }
@@ -177,7 +228,8 @@ bool String::Valid(Value const* value) const {
 }
 
 String& String::addPattern(char const* pattern) {
-  auto compiled = std::make_unique<pcrecpp::RE>(pattern == nullptr ? "" : pattern);
+  auto compiled =
+      std::make_unique<pcrecpp::RE>(pattern == nullptr ? "" : pattern, boundedOptions());
   mPatterns.push_back(compiled.get());
   compiled.release();
   return *this;
