@@ -20,7 +20,7 @@
 #include "corvane/client.h"
 #include "corvane/log.h"
 #include "fake_manager.h"
-#include "hardwareManager.h"
+#include <corvane/idl/hardwareManager.h>
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "j2t_types.h"
+#include <corvane/idl/j2t_types.h>
 
 namespace corvane {
 

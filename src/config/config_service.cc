@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "configManager.h"
+#include <corvane/idl/configManager.h>
 #include "corvane/client.h"
 #include "corvane/config_value.h"
 #include "corvane/log.h"

@@ -19,7 +19,7 @@
 #include <unicode/msgfmt.h>
 #include <unicode/unistr.h>
 
-#include "logReceiver.h"
+#include <corvane/idl/logReceiver.h>
 #include "corvane/client.h"
 #include "corvane/appliance_utils.h"
 #include "corvane/msg_cat.h"

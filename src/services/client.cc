@@ -14,15 +14,15 @@
 #include <thrift/transport/TBufferTransports.h>
 #include <thrift/transport/TSocket.h>
 
-#include "FirmwareManager.h"
-#include "StatusManager.h"
-#include "baseManager.h"
-#include "configManager.h"
-#include "hardwareManager.h"
-#include "logReceiver.h"
-#include "networkManager.h"
-#include "processManager.h"
-#include "userManager.h"
+#include <corvane/idl/FirmwareManager.h>
+#include <corvane/idl/StatusManager.h>
+#include <corvane/idl/baseManager.h>
+#include <corvane/idl/configManager.h>
+#include <corvane/idl/hardwareManager.h>
+#include <corvane/idl/logReceiver.h>
+#include <corvane/idl/networkManager.h>
+#include <corvane/idl/processManager.h>
+#include <corvane/idl/userManager.h>
 #include "corvane/appliance_utils.h"
 #include "corvane/log.h"
 

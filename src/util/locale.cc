@@ -7,7 +7,7 @@
 
 #include <unicode/locid.h>
 
-#include "configManager.h"
+#include <corvane/idl/configManager.h>
 #include "corvane/appliance_utils.h"
 #include "corvane/client.h"
 #include "corvane/log.h"

@@ -15,7 +15,7 @@
 #include <gtest/gtest.h>
 #include <thrift/TApplicationException.h>
 
-#include "configManager.h"
+#include <corvane/idl/configManager.h>
 #include "corvane/config_value.h"
 #include "corvane/log.h"
 #include "fake_manager.h"

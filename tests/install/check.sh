@@ -14,7 +14,7 @@ readelf -d "$lib" | grep -q 'SONAME.*\[libcorvane.so.1\]' || { echo "SONAME miss
 
 cat > "$prefix/prog.cc" <<'CC'
 #include <corvane/client.h>
-#include <configManager.h>
+#include <corvane/idl/configManager.h>
 #include <cstdio>
 #include <memory>
 int main() {

@@ -17,7 +17,7 @@
 #include <unicode/locid.h>
 
 #include "fake_manager.h"
-#include "logReceiver.h"
+#include <corvane/idl/logReceiver.h>
 #include "sandbox.h"
 #include "corvane/log.h"
 

@@ -15,16 +15,16 @@
 #include <thrift/transport/TBufferTransports.h>
 #include <thrift/transport/TServerSocket.h>
 
-#include "FirmwareManager.h"
-#include "baseManager.h"
-#include "callbackManager.h"
-#include "configManager.h"
-#include "configManagerConsumer.h"
+#include <corvane/idl/FirmwareManager.h>
+#include <corvane/idl/baseManager.h>
+#include <corvane/idl/callbackManager.h>
+#include <corvane/idl/configManager.h>
+#include <corvane/idl/configManagerConsumer.h>
 #include "corvane/client.h"
 #include "fake_manager.h"
-#include "hardwareManager.h"
-#include "networkManager.h"
-#include "processManager.h"
+#include <corvane/idl/hardwareManager.h>
+#include <corvane/idl/networkManager.h>
+#include <corvane/idl/processManager.h>
 #include "wire.h"
 
 namespace corvane {

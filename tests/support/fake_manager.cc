@@ -19,16 +19,16 @@
 #include <thrift/TProcessor.h>
 #include <thrift/transport/TTransportException.h>
 
-#include "FirmwareManager.h"
-#include "StatusManager.h"
-#include "baseManager.h"
-#include "configManager.h"
+#include <corvane/idl/FirmwareManager.h>
+#include <corvane/idl/StatusManager.h>
+#include <corvane/idl/baseManager.h>
+#include <corvane/idl/configManager.h>
 #include "corvane/appliance_utils.h"
-#include "hardwareManager.h"
-#include "logReceiver.h"
-#include "networkManager.h"
-#include "processManager.h"
-#include "userManager.h"
+#include <corvane/idl/hardwareManager.h>
+#include <corvane/idl/logReceiver.h>
+#include <corvane/idl/networkManager.h>
+#include <corvane/idl/processManager.h>
+#include <corvane/idl/userManager.h>
 
 namespace corvane {
 namespace testing {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
 
-#include "configManager.h"
+#include <corvane/idl/configManager.h>
 #include "fake_manager.h"
 #include "sandbox.h"
 #include "corvane/appliance_utils.h"
