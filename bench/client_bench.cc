@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // getClient + one call + delete against a bare Thrift client stack doing the same, measured
 // interleaved in one run so that both see the same machine. The bare stack is told the port
 // and makes the same connection (1000 ms connect timeout, no delay):

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Value trees through their two exchange forms, at 1k, 10k and 100k members. The cost per
 // member must not grow with the tree: the run ends with the ratio of the per-member cost at
 // 100k to that at 1k for each form.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Cost of the trace path, each measured against its baseline in the same run, interleaved in
 // batches so that machine noise hits both sides alike. Run inside tests/sandbox/run.
 //   ratio = trace cost / baseline cost (counter "ratio")

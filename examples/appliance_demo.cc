@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // A simulated appliance in one process: fake manager daemons answer on the manager address,
 // and the library reaches each of them by service name the way appliance programs do.
 // Run it inside the sandbox:

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Runs the fake manager daemons in the foreground until SIGTERM/SIGINT or the given number of
 // seconds, so that separate programs can be tried against them inside the sandbox:
 //   tests/sandbox/run sh -c 'build/examples/fake_managers 10 & sleep 0.3; ./my_program'

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Served by a program that started a firmware upgrade; managers call back into it.
 
 include "baseManager.thrift"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Configuration manager: configuration objects and system-wide settings.
 
 include "baseManager.thrift"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Served by every daemon that must hear of configuration changes.
 
 include "baseManager.thrift"

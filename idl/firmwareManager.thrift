@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Firmware manager. The service name is capitalised on purpose: record names derive from it.
 
 include "baseManager.thrift"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Hardware manager: RAID, sensors, usage, machine identity and the resolver and time files.
 // Field names keep their mixed capitalisation; other programs are built against them.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Flat value lists: how configuration objects travel between programs and managers.
 
 namespace cpp j2t

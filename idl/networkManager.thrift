@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Network manager: interface state, name map, addresses, tests, captures, DHCP events.
 // It consumes configuration changes itself, hence its base service.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Process manager: process registry, reboot and shutdown, NTP sync, platform log level.
 
 include "baseManager.thrift"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Status manager: SNMP traps. Capitalised service name on purpose.
 
 include "baseManager.thrift"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // User manager: local users, passwords and SSH keys.
 
 include "baseManager.thrift"

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Copyright (c) 2026 The libcorvane authors
 # Installs what is missing, builds, and runs the simulated appliance in the sandbox.
 set -euo pipefail
 cd "$(dirname "$0")/.."

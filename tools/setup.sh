@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Copyright (c) 2026 The libcorvane authors
 # Installs the Debian packages libcorvane needs to build and test; skips what is present.
 set -euo pipefail
 

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Copyright (c) 2026 The libcorvane authors
 # Installs what is missing, builds, and runs the whole test suite, each test program in its
 # own appliance sandbox; then the same suite again under address and undefined-behaviour
 # sanitizers.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Facts about the appliance itself: service ports, the appliance probe, the device locale.
 // Maintenance operations join this group as they are built.
 

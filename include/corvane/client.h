@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Connections to the appliance's manager daemons.
 // Every operation opens a fresh client with `getClient`, makes its call(s) and deletes it.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Configuration manager façade: create, query, change and delete configuration objects as
 // `Value` trees, with result codes and the two configuration exceptions.
 //   int rc = corvane::config::Service::updateObject("local", "interface", "eth0", tree, false);

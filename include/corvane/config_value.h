@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Configuration values: trees of texts, keyed structures and ordered arrays, with their XML,
 // JSON-like, display-text and flat value-list (`j2t::j2tValue`) renderings.
 

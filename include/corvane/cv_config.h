@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 /* Settings file of the appliance: integers and yes/no switches with built-in defaults,
  * read from "/etc/corvane.cfg" afresh on every call. Usable from C and C++. */
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Synchronous launcher of the appliance's helper programs: fork, set up the child, execv by
 // path, wait, and hand back the child's standard-error lines and an internal exit code.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Process-wide logging: syslog datagrams for trace lines and catalog messages, catalog
 // messages also to the log receiver, and enter/exit tracing by category mask.
 //   corvane::log::init("myprog");

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Message catalogs: message ids expanded to localized text from the ICU bundle `corvane`.
 //   std::string text = corvane::getErrorString("@network_validation_invalid_ip_address",
 //                                              1, &arg);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Interning table between names and small integer identifiers (1, 2, 3 ... in order of first
 // appearance). Seed it with a keyword list so that known names get fixed identifiers.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Validators: what one property of a configuration object may hold. A tree of validators
 // mirrors a value tree, checks it and drives its JSON and text renderings.
 //   corvane::config::validator::String name("name");

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // XML documents on Expat: a `Config` parses a file or stream into `Element`/`Node` trees whose
 // names are identifiers in a `types::Stringtable`, and prints trees back as compact XML.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Configuration manager façade: one connection per call, codes and exceptions translated.
 
 #include "corvane/config_service.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Value tree ownership, copying, and the XML writer and flat value-list form.
 
 #include "corvane/config_value.h"

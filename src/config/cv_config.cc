@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Settings file readers with C linkage: every call opens the file anew and scans it for
 // the first line that sets the key; any problem gives the caller's default, silently.
 

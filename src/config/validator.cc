@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The validator kinds: enumerations, booleans, bit masks, strings, arrays and structures.
 
 #include "corvane/validator.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The validator-driven renderings of a value tree: JSON-like and display text.
 
 #include <cstdio>

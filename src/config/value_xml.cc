@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Reading value trees from parsed XML documents.
 
 #include <strings.h>

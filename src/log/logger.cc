@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The process-wide logger: syslog datagrams over UDP and catalog entries for the log receiver.
 
 #include "corvane/log.h"

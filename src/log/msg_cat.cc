@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Message catalogs on ICU resource bundles, and expansion of message references.
 
 #include "corvane/msg_cat.h"

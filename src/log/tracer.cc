@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Enter/exit tracing of one function call, switched by level 7 and the category mask.
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Connections to the managers: one fresh buffered binary-protocol socket per client.
 
 #include "corvane/client.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Process launcher: runs one helper program at a time and collects its standard error.
 
 #include "corvane/launch_exec.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The device locale: read from "/etc/corvane/locale.xml", changed through the configuration
 // manager, applied to ICU and "LANG".
 

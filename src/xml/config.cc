@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Expat-driven document reader and compact printer.
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Document tree nodes. Deep trees come from untrusted files, so teardown and copying walk
 // the tree with an explicit work list instead of recursing.
 

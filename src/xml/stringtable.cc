@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Interning table: private copies of names keyed both ways.
 
 #include "corvane/stringtable.h"

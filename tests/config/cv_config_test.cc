@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 #include "corvane/cv_config.h"
 
 #include <gtest/gtest.h>

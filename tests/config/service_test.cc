@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Configuration service client against a fake configuration manager: the call each operation
 // puts on the wire, the codes and out arguments it passes back, the exceptions it translates
 // and logs, and its answers when the manager is down or talks nonsense.

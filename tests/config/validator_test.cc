@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Validators: each kind's verdicts and messages, the custom check and its trace line, and the
 // integer parser's edge values for every instantiated type.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Configuration values: ownership, the flat list and XML forms both ways, and the
 // validator-driven JSON and text forms, byte for byte.
 

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Copyright (c) 2026 The libcorvane authors
 # Installs the built library into a scratch prefix, checks its SONAME, builds a small program
 # with `pkg-config corvane` only, and runs it in the sandbox against the fake managers.
 #   tests/install/check.sh BUILD_DIR

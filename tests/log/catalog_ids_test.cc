@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Every message id that the library's code names must have a US English text, root must
 // repeat the English texts, and translations must use the English placeholders.
 

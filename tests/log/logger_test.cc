@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Logger: the syslog datagrams byte for byte, level filtering, the log-receiver entries and
 // the logger's lifecycle, observed through a real UDP sink and a fake log receiver.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Message catalogs: expansion of references with and without arguments, bundle prefixes,
 // locale fallback, the device locale and the "ICU_DATA" variable.
 

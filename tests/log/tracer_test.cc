@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Tracer: enter, argument and exit lines, switched by level 7 and the category mask, as they
 // reach the syslog sink.
 

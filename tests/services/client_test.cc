@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Manager connections: ports by service name, the appliance probe, getClient and its stack,
 // the wrapper pattern, and what happens when a manager is down.
 

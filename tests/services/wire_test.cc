@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The bytes on the wire: what the generated clients send, how they react to each kind of
 // reply, what the generated processors answer, and how records are written.
 

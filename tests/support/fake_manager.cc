@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Fake manager daemons: a small socket server that records every message byte for byte and
 // answers either as programmed or through the generated processor of the service.
 

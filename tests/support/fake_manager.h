@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Fake manager daemons for tests: real Thrift servers built on the generated processors,
 // listening on the sandbox's manager address at the services-database port of their service.
 //

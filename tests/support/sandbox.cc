@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Test-side view of the appliance sandbox built by tests/sandbox/run.
 
 #include "sandbox.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Helpers for tests that run inside the appliance sandbox (tests/sandbox/run).
 // The sandbox gives each test program private copies of the fixed paths, the manager
 // address on dummy0, a services database and recording stand-ins for the helper programs.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The sandbox itself: the fixed world the library expects must really be there.
 
 #include "sandbox.h"

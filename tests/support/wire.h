@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Building and reading Thrift binary-protocol bytes by hand, for tests that check the wire.
 
 #ifndef CORVANE_TESTS_SUPPORT_WIRE_H

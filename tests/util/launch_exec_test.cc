@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 #include "corvane/launch_exec.h"
 
 #include <fcntl.h>

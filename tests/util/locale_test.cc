@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // The device locale: the locale file, the configuration manager call and the process default.
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
 // Parsing and printing of XML documents with interned names.
 
 #include "corvane/xml.h"
