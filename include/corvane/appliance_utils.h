@@ -6,6 +6,8 @@
 #ifndef CORVANE_APPLIANCE_UTILS_H
 #define CORVANE_APPLIANCE_UTILS_H
 
+#include "corvane/export.h"
+
 #include <string>
 
 namespace corvane {
@@ -13,21 +15,21 @@ namespace applianceUtils {
 
 // Port of `name` for protocol `proto` ("tcp" when null) in the services database, in host
 // byte order; -1 when there is no entry. Uses the non-reentrant `getservbyname`.
-int getPortforService(char const* name, char const* proto);
+CORVANE_EXPORT int getPortforService(char const* name, char const* proto);
 
 // True when "/dev/flash" can be opened for reading: the program runs on the appliance.
-bool isAppliance();
+CORVANE_EXPORT bool isAppliance();
 
 // The device locale from "/etc/corvane/locale.xml" (language "_" country), "en_US" when
 // the file is missing.
-std::string getLocale();
+CORVANE_EXPORT std::string getLocale();
 
 // Asks the configuration manager to change the device locale; a null `country` is sent as
 // an empty string. Returns the manager's answer; false when it cannot be reached.
-bool setLocale(char const* language, char const* country);
+CORVANE_EXPORT bool setLocale(char const* language, char const* country);
 
 // Makes `name` ICU's default locale and the value of "LANG". False when ICU refuses it.
-bool setDefaultLocale(char const* name);
+CORVANE_EXPORT bool setDefaultLocale(char const* name);
 
 }  // namespace applianceUtils
 }  // namespace corvane

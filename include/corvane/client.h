@@ -6,6 +6,8 @@
 #ifndef CORVANE_CLIENT_H
 #define CORVANE_CLIENT_H
 
+#include "corvane/export.h"
+
 #include <memory>
 #include <utility>
 
@@ -13,18 +15,32 @@
 
 class baseManagerClient;
 class logReceiverClient;
-namespace configManager { class configManagerClient; }
-namespace hardwareManager { class hardwareManagerClient; }
-namespace networkManager { class networkManagerClient; }
-namespace processManager { class processManagerClient; }
-namespace userManager { class userManagerClient; }
-namespace firmwareManager { class FirmwareManagerClient; }
-namespace statusManager { class StatusManagerClient; }
+namespace configManager {
+class configManagerClient;
+}
+namespace hardwareManager {
+class hardwareManagerClient;
+}
+namespace networkManager {
+class networkManagerClient;
+}
+namespace processManager {
+class processManagerClient;
+}
+namespace userManager {
+class userManagerClient;
+}
+namespace firmwareManager {
+class FirmwareManagerClient;
+}
+namespace statusManager {
+class StatusManagerClient;
+}
 
 namespace corvane {
 
 // Host string of every manager: the link-local address on the internal interface, with scope.
-extern char const* const kManagerHost;
+extern CORVANE_EXPORT char const* const kManagerHost;
 
 // Returns a newly allocated client connected to the manager on `port` of the manager host.
 // Caller owns; free with delete (this closes the connection). `timeout` is the send and
@@ -34,16 +50,16 @@ extern char const* const kManagerHost;
 // Instantiated for the eight manager clients, `baseManagerClient` and `logReceiverClient`.
 // Safe to call from any thread.
 template <class T>
-T* getClient(int port, int timeout);
+CORVANE_EXPORT T* getClient(int port, int timeout);
 
 // Exactly `getClient<T>(applianceUtils::getPortforService(service, nullptr), timeout)`.
 // An unknown service name gives port -1 and a transport exception. Caller owns the result.
 // Instantiated for the eight manager clients and `baseManagerClient`.
 template <class T>
-T* getClient(char const* service, int timeout);
+CORVANE_EXPORT T* getClient(char const* service, int timeout);
 
-#define CORVANE_DECLARE_CLIENT(T)                  \
-  extern template T* getClient<T>(int, int);       \
+#define CORVANE_DECLARE_CLIENT(T)            \
+  extern template T* getClient<T>(int, int); \
   extern template T* getClient<T>(char const*, int);
 CORVANE_DECLARE_CLIENT(configManager::configManagerClient)
 CORVANE_DECLARE_CLIENT(hardwareManager::hardwareManagerClient)

@@ -7,6 +7,8 @@
 #ifndef CORVANE_CONFIG_SERVICE_H
 #define CORVANE_CONFIG_SERVICE_H
 
+#include "corvane/export.h"
+
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -37,16 +39,16 @@ enum ReturnCode : int32_t {
 };
 
 // Names of the result codes, indexed by code; they are message-catalog keys.
-extern char const* const RETURNCODE_STR[14];
+extern CORVANE_EXPORT char const* const RETURNCODE_STR[14];
 // Names of `Service::AdminState` and `Service::OpState` values, indexed by value.
-extern char const* const ADMINSTATE_STR[2];
-extern char const* const OPSTATE_STR[4];
+extern CORVANE_EXPORT char const* const ADMINSTATE_STR[2];
+extern CORVANE_EXPORT char const* const OPSTATE_STR[4];
 
 namespace messaging {
 
 // The configuration manager found a configuration object invalid. `what()` is the standard
 // exception's.
-class ValidationException : public std::exception {
+class CORVANE_EXPORT ValidationException : public std::exception {
  public:
   ValidationException(std::string const& errorString, std::string const& errorField);
   ~ValidationException() override;
@@ -57,7 +59,7 @@ class ValidationException : public std::exception {
 
 // A change was refused or could not be applied. `what()` is "rc:%d, msgid:%s" built once,
 // cut to 255 bytes.
-class ConfigChangeException : public std::exception {
+class CORVANE_EXPORT ConfigChangeException : public std::exception {
  public:
   ConfigChangeException(int32_t rc, std::string const& messageID,
                         std::vector<std::string> const& parameters);
@@ -77,7 +79,7 @@ class ConfigChangeException : public std::exception {
 // One connection per call to the configuration manager ("configmgr"), closed before
 // returning; no state, safe from any thread. A failed conversation returns `kwCommError`
 // (out arguments untouched); exceptions that are not Thrift's pass through unchanged.
-class Service {
+class CORVANE_EXPORT Service {
  public:
   enum AdminState : int32_t { kwDisabled = 0, kwEnabled = 1 };
   enum OpState : int32_t { kwUp = 0, kwDown = 1, kwPendingUp = 2, kwTransitionDown = 3 };

@@ -6,6 +6,8 @@
 #ifndef CORVANE_CONFIG_VALUE_H
 #define CORVANE_CONFIG_VALUE_H
 
+#include "corvane/export.h"
+
 #include <cstddef>
 #include <map>
 #include <ostream>
@@ -35,7 +37,7 @@ using ValueList = std::vector<j2t::j2tValue>;
 // Abstract node of a configuration value tree. Containers own their children. A tree is not
 // safe for concurrent modification; const operations may run on several threads at once.
 // Renderers treat a null child anywhere in the tree as writing nothing.
-class Value {
+class CORVANE_EXPORT Value {
  public:
   virtual ~Value();
   // A new deep copy with the same flags. Caller owns; free with delete.
@@ -90,7 +92,7 @@ class Value {
 };
 
 // A leaf: one text.
-class SimpleValue : public Value {
+class CORVANE_EXPORT SimpleValue : public Value {
  public:
   explicit SimpleValue(std::string text, bool mustUnderstand = false);
   ~SimpleValue() override;
@@ -108,7 +110,7 @@ class SimpleValue : public Value {
 };
 
 // Members by name in byte-wise order; each member value is owned.
-class StructValue : public Value {
+class CORVANE_EXPORT StructValue : public Value {
  public:
   using Members = std::map<std::string, Value*>;
 
@@ -132,7 +134,7 @@ class StructValue : public Value {
 };
 
 // Elements in order; each element is owned.
-class ArrayValue : public Value {
+class CORVANE_EXPORT ArrayValue : public Value {
  public:
   explicit ArrayValue(bool mustUnderstand = false);
   ~ArrayValue() override;

@@ -6,6 +6,8 @@
 #ifndef CORVANE_LAUNCH_EXEC_H
 #define CORVANE_LAUNCH_EXEC_H
 
+#include "corvane/export.h"
+
 #include <string>
 #include <vector>
 
@@ -14,7 +16,7 @@ namespace corvane {
 // Runs external programs one at a time. While a child runs, `launch` sets SIGCHLD to its
 // default action and "LANG" to the device locale, both process-wide: hosts that launch from
 // several threads must serialise their calls. "LANG" keeps the new value afterwards.
-class LaunchExec {
+class CORVANE_EXPORT LaunchExec {
  public:
   // Internal exit codes, returned by `launch`; 5 to 8 are also the child's own exit status
   // when its set-up fails.

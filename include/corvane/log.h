@@ -8,6 +8,8 @@
 #ifndef CORVANE_LOG_H
 #define CORVANE_LOG_H
 
+#include "corvane/export.h"
+
 #include <cstdarg>
 
 #include <unicode/fmtable.h>
@@ -20,7 +22,7 @@ class msgCat;
 // The process-wide logger. Created by `log::init` (or on demand with ident "no-identity"
 // and level 7) and never deleted by the library. Create it before starting threads; after
 // that its operations may run on any thread (no locks, one datagram per line).
-class Logger {
+class CORVANE_EXPORT Logger {
  public:
   // Opens the UDP socket (close-on-exec), looks up "syslogng"/udp and "logreceiver"/tcp
   // once, opens the catalog `corvane` in en_US. Mask starts at 0.
@@ -65,7 +67,7 @@ class Logger {
 };
 
 // The one logger; null until first use. Owned by the library.
-extern Logger* sLog;
+extern CORVANE_EXPORT Logger* sLog;
 
 namespace log {
 
@@ -75,32 +77,33 @@ enum : unsigned {
 };
 
 // Returns `sLog`, creating it as Logger("no-identity", 7) when null.
-Logger* getLogger();
+CORVANE_EXPORT Logger* getLogger();
 // Ensures the logger, applies the device locale as process default, sets the ident;
 // when verbose traces "LOGGER ident %s, init %p" at level 4.
-void init(char const* ident, bool verbose);
-void init(char const* ident);
+CORVANE_EXPORT void init(char const* ident, bool verbose);
+CORVANE_EXPORT void init(char const* ident);
 
-void setLogLevel(unsigned level);
-unsigned getLogLevel();
-void setLogMask(int mask);
-int getLogMask();
+CORVANE_EXPORT void setLogLevel(unsigned level);
+CORVANE_EXPORT unsigned getLogLevel();
+CORVANE_EXPORT void setLogMask(int mask);
+CORVANE_EXPORT int getLogMask();
 // Sets the level, and the mask only when the new level is 7; then `showLevels`.
-void setLogging(unsigned level, int mask);
+CORVANE_EXPORT void setLogging(unsigned level, int mask);
 // Traces "LOGGER sLog %p, mLogLevel %d, mLogMask %08X" at level 4.
-void showLevels();
+CORVANE_EXPORT void showLevels();
 
 // Free-text line with facility 136. Creates the logger when needed.
-void trace(unsigned level, char const* format, ...) __attribute__((format(printf, 2, 3)));
+CORVANE_EXPORT void trace(unsigned level, char const* format, ...)
+    __attribute__((format(printf, 2, 3)));
 // The same with a ready argument list; requires the logger to exist.
-void vtrace(unsigned level, char const* format, va_list args)
+CORVANE_EXPORT void vtrace(unsigned level, char const* format, va_list args)
     __attribute__((format(printf, 2, 0)));
 // The Thrift library's error-output hook: "thrift: %s" at level 3.
-void thrifterr(char const* text);
+CORVANE_EXPORT void thrifterr(char const* text);
 // Catalog message with facility 8 on the existing logger (`init` first). `args` holds
 // `count` arguments for the numbered placeholders; `objectid` may be null.
-void log(unsigned level, char const* msgid, icu::Formattable* args, unsigned count,
-         char const* objectid);
+CORVANE_EXPORT void log(unsigned level, char const* msgid, icu::Formattable* args, unsigned count,
+                        char const* objectid);
 
 }  // namespace log
 
@@ -111,11 +114,19 @@ void log(unsigned level, char const* msgid, icu::Formattable* args, unsigned cou
 //   t.result(rc);
 // Lines appear only when the logger's level is exactly the tracer's (7) and the mask shares
 // a bit with `categories`. Costs one comparison when off.
-class Tracer {
+class CORVANE_EXPORT Tracer {
  public:
   enum Kind : unsigned {
-    kNotSet = 0, kInt = 1, kPointer = 2, kLong = 3, kPointer4 = 4, kChar = 5,
-    kString = 6, kBool = 7, kVoid = 8, kPointer9 = 9,
+    kNotSet = 0,
+    kInt = 1,
+    kPointer = 2,
+    kLong = 3,
+    kPointer4 = 4,
+    kChar = 5,
+    kString = 6,
+    kBool = 7,
+    kVoid = 8,
+    kPointer9 = 9,
   };
 
   Tracer(char const* function, char const* file, int line, unsigned categories);
@@ -128,13 +139,31 @@ class Tracer {
   // Formats the argument text and traces "---- Args  %s, %s" (when enabled).
   void args(char const* format, ...) __attribute__((format(printf, 2, 3)));
 
-  void result(int v) { mResult.i = v; mKind = kInt; }
-  void result(long v) { mResult.l = v; mKind = kLong; }
-  void result(char v) { mResult.c = v; mKind = kChar; }
-  void result(bool v) { mResult.b = v; mKind = kBool; }
-  void result(void const* v) { mResult.p = v; mKind = kPointer; }
+  void result(int v) {
+    mResult.i = v;
+    mKind = kInt;
+  }
+  void result(long v) {
+    mResult.l = v;
+    mKind = kLong;
+  }
+  void result(char v) {
+    mResult.c = v;
+    mKind = kChar;
+  }
+  void result(bool v) {
+    mResult.b = v;
+    mKind = kBool;
+  }
+  void result(void const* v) {
+    mResult.p = v;
+    mKind = kPointer;
+  }
   // `v` must outlive the tracer.
-  void result(char const* v) { mResult.s = v; mKind = kString; }
+  void result(char const* v) {
+    mResult.s = v;
+    mKind = kString;
+  }
   void resultVoid() { mKind = kVoid; }
 
  private:

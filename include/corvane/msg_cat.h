@@ -7,6 +7,8 @@
 #ifndef CORVANE_MSG_CAT_H
 #define CORVANE_MSG_CAT_H
 
+#include "corvane/export.h"
+
 #include <cstddef>
 #include <string>
 
@@ -20,7 +22,7 @@ namespace corvane {
 // One opened bundle in one locale. A bundle that cannot be opened gives an empty catalog.
 // Opening sets "ICU_DATA" to "/resource" for its duration when it is unset, so programs
 // must not open catalogs on several threads at once.
-class msgCat {
+class CORVANE_EXPORT msgCat {
  public:
   // An empty `locale` means "en_US".
   msgCat(std::string const& bundle, std::string const& locale);
@@ -39,7 +41,7 @@ class msgCat {
 
 // Expands message references ("@id" or "@bundle:id") with arguments, switching bundles as
 // needed. Not to be shared between threads.
-class multiCat {
+class CORVANE_EXPORT multiCat {
  public:
   multiCat(std::string const& bundle, std::string const& locale);
   virtual ~multiCat();
@@ -65,7 +67,8 @@ class multiCat {
 
 // Expands `text` in the device locale with a fresh catalog; returns `text` unchanged when
 // the id is unknown.
-std::string getErrorString(char const* text, int argc = 0, icu::Formattable* args = nullptr);
+CORVANE_EXPORT std::string getErrorString(char const* text, int argc = 0,
+                                          icu::Formattable* args = nullptr);
 
 }  // namespace corvane
 

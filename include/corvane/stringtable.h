@@ -6,6 +6,8 @@
 #ifndef CORVANE_STRINGTABLE_H
 #define CORVANE_STRINGTABLE_H
 
+#include "corvane/export.h"
+
 #include <cstring>
 #include <map>
 #include <ostream>
@@ -14,18 +16,18 @@ namespace corvane {
 namespace types {
 
 // Byte-wise order of C strings, as `strcmp`.
-struct strcomp {
+struct CORVANE_EXPORT strcomp {
   bool operator()(char const* a, char const* b) const { return std::strcmp(a, b) < 0; }
 };
 
 // Integer less-than.
-struct intcomp {
+struct CORVANE_EXPORT intcomp {
   bool operator()(int a, int b) const { return a < b; }
 };
 
 // Names interned as private copies. Identifier 0 is never issued and means "no name".
 // Not thread-safe; identifiers and texts stay valid for the life of the table.
-class Stringtable {
+class CORVANE_EXPORT Stringtable {
  public:
   Stringtable();
   // Interns each word of the null-terminated list `keywords` (may be null) in order, so the

@@ -9,6 +9,8 @@
 #ifndef CORVANE_VALIDATOR_H
 #define CORVANE_VALIDATOR_H
 
+#include "corvane/export.h"
+
 #include <map>
 #include <set>
 #include <string>
@@ -31,7 +33,7 @@ using Properties = std::map<std::string, std::string>;
 // false and leaves a message identifier ("@...") or an expanded text in `message()`.
 // `Valid` writes the message, so one validator tree must not be used by two threads at once.
 // Validators are not copyable; the schema owns them and keeps them alive while in use.
-class Base {
+class CORVANE_EXPORT Base {
  public:
   // Sets property "name" to `name` (null counts as empty). `defaultProperties` is shared,
   // not owned, may be null, and must outlive the validator.
@@ -78,7 +80,7 @@ class Base {
 
 // Accepts one of a set of texts (exact, case-sensitive); a display map gives the text an
 // accepted word stands for in the renderings.
-class Enum : public Base {
+class CORVANE_EXPORT Enum : public Base {
  public:
   // Every element of `accepted` becomes an accepted text without a display entry.
   Enum(char const* name, std::vector<std::string> const& accepted,
@@ -103,7 +105,7 @@ class Enum : public Base {
 };
 
 // "true" and "false", and "t", "yes", "on" for true, "f", "no", "off" for false.
-class Boolean : public Enum {
+class CORVANE_EXPORT Boolean : public Enum {
  public:
   explicit Boolean(char const* name, Properties const* defaultProperties = nullptr);
   ~Boolean() override;
@@ -112,7 +114,7 @@ class Boolean : public Enum {
 };
 
 // A combination of flag names separated by TAB, blank, "+" or ",".
-class Bitmask : public Enum {
+class CORVANE_EXPORT Bitmask : public Enum {
  public:
   Bitmask(char const* name, std::vector<std::string> const& flags,
           Properties const* defaultProperties = nullptr);
@@ -127,7 +129,7 @@ class Bitmask : public Enum {
 };
 
 // A text with optional length limits (minimum inclusive, maximum exclusive) and patterns.
-class String : public Base {
+class CORVANE_EXPORT String : public Base {
  public:
   explicit String(char const* name, Properties const* defaultProperties = nullptr);
   ~String() override;
@@ -164,7 +166,7 @@ class String : public Base {
 };
 
 // An ordered list whose elements are all checked by one element validator.
-class Array : public Base {
+class CORVANE_EXPORT Array : public Base {
  public:
   // `element` is not owned, may be null and must outlive this validator.
   Array(char const* name, Base const* element, Properties const* defaultProperties = nullptr);
@@ -183,7 +185,7 @@ class Array : public Base {
 
 // A structure whose known members each have a validator; unknown or absent members are not
 // checked.
-class Struct : public Base {
+class CORVANE_EXPORT Struct : public Base {
  public:
   using Members = std::map<std::string, Base const*>;
 
@@ -211,7 +213,7 @@ class Struct : public Base {
 // Strict integer parsing, base 0 (0x hex, leading 0 octal). Instantiated for unsigned long,
 // unsigned int, unsigned short, long, int and short.
 template <class T>
-class Number {
+class CORVANE_EXPORT Number {
  public:
   // True when all of `text` is a number of type T, stored in `result`. The largest value of
   // unsigned int, unsigned short, int and short is refused on purpose, and so is any negative

@@ -6,6 +6,8 @@
 #ifndef CORVANE_XML_H
 #define CORVANE_XML_H
 
+#include "corvane/export.h"
+
 #include <istream>
 #include <map>
 #include <ostream>
@@ -21,7 +23,7 @@ namespace XML {
 
 // One node of a parsed document: a named node (element or attribute, kind 1) or a text node
 // (kind 0, namespace and name 0). Names are identifiers in the producing `Config`'s table.
-class Node {
+class CORVANE_EXPORT Node {
  public:
   enum Kind : int { kText = 0, kNamed = 1 };
 
@@ -36,15 +38,15 @@ class Node {
 
   // Fields in this order.
   int mKind;
-  int mNamespace;  // 0 when the name has no namespace
-  int mName;       // 0 for text
-  int mLine;       // start line of an element; 0 for text and attributes, -1 for clones
+  int mNamespace;      // 0 when the name has no namespace
+  int mName;           // 0 for text
+  int mLine;           // start line of an element; 0 for text and attributes, -1 for clones
   std::string mValue;  // attribute value or character data; empty for elements
 };
 
 // An element: owns its attributes (named nodes, parser order) and its children (elements and
 // text nodes, document order) and deletes them when destroyed.
-class Element : public Node {
+class CORVANE_EXPORT Element : public Node {
  public:
   Element(int ns, int name, int line) : Node(kNamed, ns, name, line, std::string()) {}
   ~Element() override;
@@ -64,7 +66,7 @@ class Element : public Node {
 
 // A reusable parser and printer. Each `Parse` discards the previous tree; after a failure
 // the root is null and `GetParseError` describes it. Not thread-safe.
-class Config {
+class CORVANE_EXPORT Config {
  public:
   // Uses a new table of its own, seeded with the null-terminated list `keywords` (may be
   // null): the n-th distinct keyword gets identifier n.
@@ -127,8 +129,7 @@ class Config {
 
   static void XMLCALL startElementHook(void* self, XML_Char const* name, XML_Char const** atts);
   static void XMLCALL endElementHook(void* self, XML_Char const* name);
-  static void XMLCALL startNamespaceHook(void* self, XML_Char const* prefix,
-                                         XML_Char const* uri);
+  static void XMLCALL startNamespaceHook(void* self, XML_Char const* prefix, XML_Char const* uri);
   static void XMLCALL charDataHook(void* self, XML_Char const* data, int length);
 
   // Fields in this order.

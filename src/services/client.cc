@@ -4,9 +4,9 @@
 
 #include "corvane/client.h"
 
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <memory>
@@ -66,9 +66,10 @@ T* getClient(char const* service, int timeout) {
   return getClient<T>(applianceUtils::getPortforService(service, nullptr), timeout);
 }
 
-#define CORVANE_DEFINE_CLIENT(T)            \
-  template T* getClient<T>(int, int);       \
-  template T* getClient<T>(char const*, int);
+// Exported explicitly: the instances are weak and would otherwise stay hidden.
+#define CORVANE_DEFINE_CLIENT(T)                     \
+  template CORVANE_EXPORT T* getClient<T>(int, int); \
+  template CORVANE_EXPORT T* getClient<T>(char const*, int);
 CORVANE_DEFINE_CLIENT(configManager::configManagerClient)
 CORVANE_DEFINE_CLIENT(hardwareManager::hardwareManagerClient)
 CORVANE_DEFINE_CLIENT(networkManager::networkManagerClient)
@@ -78,7 +79,7 @@ CORVANE_DEFINE_CLIENT(firmwareManager::FirmwareManagerClient)
 CORVANE_DEFINE_CLIENT(statusManager::StatusManagerClient)
 CORVANE_DEFINE_CLIENT(::baseManagerClient)
 #undef CORVANE_DEFINE_CLIENT
-template ::logReceiverClient* getClient<::logReceiverClient>(int, int);
+template CORVANE_EXPORT ::logReceiverClient* getClient<::logReceiverClient>(int, int);
 
 namespace applianceUtils {
 
