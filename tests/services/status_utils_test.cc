@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
+// Status utilities against a fake hardware and network manager: records copied field by
+// field with the ok rule, the intrusion-clearing attempts, the readiness codes, the neutral
+// answers of a manager that is down, and the RAID display words.
+
+#include "corvane/status_utils.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <corvane/idl/hardwareManager.h>
+#include <corvane/idl/networkManager.h>
+#include "fake_manager.h"
+#include "sandbox.h"
+
+namespace corvane {
+namespace statusUtils {
+namespace {
+
+namespace hw = ::hardwareManager;
+using Clock = std::chrono::steady_clock;
+
+// Fields joined with "|", so that one comparison covers a whole record.
+template <class... T>
+std::string join(T const&... fields) {
+  std::ostringstream out;
+  ((out << fields << '|'), ...);
+  return out.str();
+}
+
+// Answers `method` of `fake` with `value`.
+template <class Result, class T>
+void answer(testing::FakeManager& fake, char const* method, T const& value) {
+  Result r;
+  r.success = value;
+  r.__isset.success = true;
+  fake.reply(method, r);
+}
+
+double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+class StatusUtilsTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(testing::inSandbox()); }
+  testing::FakeManager mHw{"hardwaremgr"};
+  testing::FakeManager mNet{"networkmgr"};
+};
+
+TEST_F(StatusUtilsTest, RecordsAreCopiedFieldByFieldAndAppended) {
+  std::vector<hw::FanStatus> fans(3);
+  for (int i = 0; i < 3; ++i)
+    fans[i].FanID = "F" + std::to_string(i), fans[i].ReadingStatus = 3 + i;
+  fans[1].Formatted = "4000 RPM";
+  answer<hw::hardwareManager_getFanStatus_result>(mHw, "getFanStatus", fans);
+  hw::TempStatus t;
+  t.Name = "CPU", t.Formatted = "41 C", t.Value = 41, t.UpperNonCriticalThreshold = 80;
+  t.UpperNonRecoverableThreshold = 95, t.ReadingStatus = 4;
+  answer<hw::hardwareManager_getTempStatus_result>(mHw, "getTempStatus", std::vector{t});
+  hw::VoltStatus v;
+  v.Name = "12V", v.Formatted = "12.1 V", v.Value = 12100, v.LowerCriticalThreshold = 11000;
+  v.UpperCriticalThreshold = 13000, v.ReadingStatus = 5;
+  answer<hw::hardwareManager_getVoltageStatus_result>(mHw, "getVoltageStatus", std::vector{v});
+  hw::PowerStatus p;
+  p.Name = "PSU1", p.Formatted = "present", p.ReadingStatus = 4;
+  answer<hw::hardwareManager_getPowerStatus_result>(mHw, "getPowerStatus", std::vector{p});
+  hw::CPUUsage c;
+  c.Seconds = 60, c.Usage = 17;
+  answer<hw::hardwareManager_getCPUUsage_result>(mHw, "getCPUUsage", std::vector{c});
+  std::vector<hw::CPUDetails> details(2);
+  details[0].Seconds = 1, details[0].Idle = 100, details[0].User = 50, details[1].Seconds = 2;
+  answer<hw::hardwareManager_getCPUDetailedUsage_result>(mHw, "getCPUDetailedUsage", details);
+  hw::VolumeStatus vol;
+  vol.Name = "md0", vol.TotalSize = 900, vol.Online = true, vol.RebuildPercentage = 42;
+  vol.Partitions.resize(2);
+  vol.Partitions[0].Label = "data", vol.Partitions[0].TotalSize = 500;
+  vol.Partitions[0].FreeSize = 100, vol.Partitions[0].Encryption = "aes";
+  vol.Partitions[0].Online = true, vol.Partitions[1].Label = "logs";
+  answer<hw::hardwareManager_getVolumeStatus_result>(mHw, "getVolumeStatus", std::vector{vol});
+  hw::DiskSnapShot d;
+  d.mRaidCardType = "card", d.mVendorID = "ven", d.mProductID = "prod", d.mRaidVersion = "rv";
+  d.mRevision = "rev", d.mState = 14, d.mIdentifier = "id", d.mVolumeNumber = 1;
+  d.mDiskNumber = 2, d.mPhysDiskNum = 3, d.mTarget = 4, d.mLocation = "bay", d.mRole = 2;
+  d.mOutOfSync = 5, d.mQuiesced = 6, d.mInactiveVolume = 7, d.mOptimalPrevious = 8;
+  d.mControllerID = 9, d.mDeviceID = 10, d.mArrayID = 11, d.mLogicalDriveID = 12;
+  d.mLogicalDriveName = "ld", d.mPosition = 3, d.mProgressPercent = 13;
+  d.mRawSize = 4000000000123LL, d.mCoercedSize = 3999999999999LL, d.mInterfaceType = 4;
+  d.mInterfaceSpeed = 3, d.mSASaddress = "sas", d.mSpecificInfo = "info";
+  answer<hw::hardwareManager_getRaidPhyDiskStatus_result>(mHw, "getRaidPhyDiskStatus",
+                                                          std::vector{d, d});
+
+  std::vector<FanStatus> gotFans{{"kept", "", true}};
+  std::vector<TempStatus> temps;
+  std::vector<VoltStatus> volts;
+  std::vector<PowerStatus> supplies;
+  std::vector<CPUUsage> cpu;
+  std::vector<VolumeStatus> volumes;
+  std::vector<DiskSnapShot*> disks;
+  EXPECT_EQ(1, getFanStatus(gotFans) + getTempStatus(temps) + getVoltageStatus(volts) +
+                   getPowerStatus(supplies) + getCPUUsage(cpu) + getCPUDetailedUsage(cpu) +
+                   getVolumeStatus(volumes) + getRaidPhysDiskStatus(disks) - 7);
+  ASSERT_EQ(4u, gotFans.size());
+  ASSERT_TRUE(temps.size() == 1 && volts.size() == 1 && supplies.size() == 1);
+  ASSERT_TRUE(cpu.size() == 3 && volumes.size() == 1 && disks.size() == 2);
+  std::unique_ptr<DiskSnapShot> first(disks[0]), second(disks[1]);
+  // The ok rule: only reading status 4.
+  EXPECT_EQ("kept||1|F0||0|F1|4000 RPM|1|F2||0|",
+            join(gotFans[0].mID, gotFans[0].mFormatted, gotFans[0].mOk, gotFans[1].mID,
+                 gotFans[1].mFormatted, gotFans[1].mOk, gotFans[2].mID, gotFans[2].mFormatted,
+                 gotFans[2].mOk, gotFans[3].mID, gotFans[3].mFormatted, gotFans[3].mOk));
+  TempStatus const& gt = temps[0];
+  EXPECT_EQ("CPU|41 C|41|80|95|1|", join(gt.mName, gt.mFormatted, gt.mValue, gt.mUpperNonCritical,
+                                         gt.mUpperNonRecoverable, gt.mOk));
+  VoltStatus const& gv = volts[0];
+  EXPECT_EQ("12V|12.1 V|12100|11000|13000|0|",
+            join(gv.mName, gv.mFormatted, gv.mValue, gv.mLowerCritical, gv.mUpperCritical, gv.mOk));
+  EXPECT_EQ("PSU1|present|1|", join(supplies[0].mName, supplies[0].mFormatted, supplies[0].mOk));
+  // Detailed usage is 100 minus idle.
+  EXPECT_EQ("60|17|1|0|2|100|", join(cpu[0].mSeconds, cpu[0].mUsage, cpu[1].mSeconds, cpu[1].mUsage,
+                                     cpu[2].mSeconds, cpu[2].mUsage));
+  VolumeStatus const& gvol = volumes[0];
+  ASSERT_EQ(2u, gvol.mPartitions.size());
+  PartitionStatus const &p0 = gvol.mPartitions[0], &p1 = gvol.mPartitions[1];
+  EXPECT_EQ("md0|900|1|42|data|500|100|aes|1|logs|0|",
+            join(gvol.mName, gvol.mTotalSize, gvol.mOnline, gvol.mRebuildPercentage, p0.mLabel,
+                 p0.mTotalSize, p0.mFreeSize, p0.mEncryption, p0.mOnline, p1.mLabel, p1.mOnline));
+  DiskSnapShot const& g = *second;
+  EXPECT_EQ(
+      "card|ven|prod|rv|rev|14|id|1|2|3|4|bay|2|5|6|7|8|9|10|11|12|ld|3|13|4000000000123|"
+      "3999999999999|4|3|sas|info|",
+      join(g.mRaidCardType, g.mVendorID, g.mProductID, g.mRaidVersion, g.mRevision, g.mState,
+           g.mIdentifier, g.mVolumeNumber, g.mDiskNumber, g.mPhysDiskNum, g.mTarget, g.mLocation,
+           g.mRole, g.mOutOfSync, g.mQuiesced, g.mInactiveVolume, g.mOptimalPrevious,
+           g.mControllerID, g.mDeviceID, g.mArrayID, g.mLogicalDriveID, g.mLogicalDriveName,
+           g.mPosition, g.mProgressPercent, g.mRawSize, g.mCoercedSize, g.mInterfaceType,
+           g.mInterfaceSpeed, g.mSASaddress, g.mSpecificInfo));
+
+  hw::FlashStatus flash;
+  flash.totalSize = 2048, flash.freeSize = 1024, flash.isOK = false;
+  answer<hw::hardwareManager_getFlashStatus_result>(mHw, "getFlashStatus", flash);
+  hw::BatteryStatus battery;
+  battery.Installed = 20250101, battery.Expires = 20280101;
+  answer<hw::hardwareManager_getBatteryStatus_result>(mHw, "getBatteryStatus", battery);
+  hw::MemoryUsage memory;
+  memory.Size = 16384, memory.Free = 4096;
+  answer<hw::hardwareManager_getMemoryUsage_result>(mHw, "getMemoryUsage", memory);
+  answer<hw::hardwareManager_getUptime_result>(mHw, "getUptime", 86400);
+  answer<hw::hardwareManager_getIntrusionStatus_result>(mHw, "getIntrusionStatus", 2);
+  FlashStatus f;
+  BatteryStatus b;
+  unsigned size = 0, free = 0;
+  EXPECT_EQ(-1, getFlashStatus(f));  // not ok, but filled
+  EXPECT_EQ("2048|1024|", join(f.mTotalSize, f.mFreeSize));
+  flash.isOK = true;
+  answer<hw::hardwareManager_getFlashStatus_result>(mHw, "getFlashStatus", flash);
+  EXPECT_EQ(0, getFlashStatus(f));
+  EXPECT_EQ(1, getBatteryStatus(b));
+  EXPECT_EQ(1, getMemoryUse(size, free));
+  EXPECT_EQ("20250101|20280101|16384|4096|86400|2|1|",
+            join(b.mInstalled, b.mExpires, size, free, getUptime(), getIntrusionStatus(),
+                 batteryReplaced()));
+  setLocateLED(true);
+  EXPECT_TRUE(mHw.args<hw::hardwareManager_setLocateLED_args>("setLocateLED").on);
+  EXPECT_EQ(1u, mHw.calls("batteryReplaced").size());
+}
+
+TEST_F(StatusUtilsTest, ClearIntrusionTriesFiveTimesAndStopsEarly) {
+  struct Case {
+    int clear, read, expected;
+    size_t clears;
+    double minSeconds, maxSeconds;
+  } const cases[] = {
+      {0, 1, -1, 5, 4.8, 7.0},   // the switch stays set
+      {0, 0, 0, 1, 0.9, 2.0},    // cleared at the first read
+      {-3, 0, -3, 1, 0.0, 0.5},  // a refused clear is passed on at once
+  };
+  for (Case const& c : cases) {
+    mHw.reset();
+    answer<hw::hardwareManager_clearIntrusionStatus_result>(mHw, "clearIntrusionStatus", c.clear);
+    answer<hw::hardwareManager_getIntrusionStatus_result>(mHw, "getIntrusionStatus", c.read);
+    int accepted = mHw.acceptedConnections();
+    auto start = Clock::now();
+    EXPECT_EQ(c.expected, clearIntrusionStatus());
+    double took = secondsSince(start);
+    EXPECT_TRUE(took >= c.minSeconds && took <= c.maxSeconds) << took;
+    EXPECT_EQ(c.clears, mHw.calls("clearIntrusionStatus").size());
+    EXPECT_EQ(c.clear < 0 ? 0 : c.clears, mHw.calls("getIntrusionStatus").size());
+    EXPECT_EQ(accepted + 1, mHw.acceptedConnections());  // one connection for all attempts
+  }
+}
+
+TEST_F(StatusUtilsTest, ReadinessCodesAndTimeouts) {
+  struct Case {
+    int status;
+    bool hardware, network;
+    int who;  // sent to the hardware manager, 0 for no call
+  } const cases[] = {{1, false, true, 0},
+                     {2, true, false, 1},
+                     {3, true, false, 2},
+                     {0, false, false, 0},
+                     {4, false, false, 0}};
+  answer<hw::hardwareManager_isServiceReady_result>(mHw, "isServiceReady", true);
+  answer<networkManager::networkManager_isNetServiceReady_result>(mNet, "isNetServiceReady", true);
+  for (Case const& c : cases) {
+    int hwBefore = mHw.acceptedConnections(), netBefore = mNet.acceptedConnections();
+    EXPECT_EQ(c.hardware, isServiceReady(static_cast<ServiceStatus>(c.status), 0)) << c.status;
+    EXPECT_EQ(c.network, isNetServiceReady(static_cast<ServiceStatus>(c.status), 0)) << c.status;
+    EXPECT_EQ(c.who != 0 ? 1 : 0, mHw.acceptedConnections() - hwBefore) << c.status;
+    EXPECT_EQ(c.network ? 1 : 0, mNet.acceptedConnections() - netBefore) << c.status;
+    if (c.who != 0) {
+      EXPECT_EQ(c.who, mHw.args<hw::hardwareManager_isServiceReady_args>("isServiceReady").who);
+    }
+  }
+  // A hung manager answers false once the caller's timeout runs out.
+  mHw.setHang(true), mNet.setHang(true);
+  auto start = Clock::now();
+  EXPECT_FALSE(isServiceReady(kHardwareReady1, 300) || isNetServiceReady(kNetworkReady, 300));
+  EXPECT_LT(secondsSince(start), 2.0);
+}
+
+TEST_F(StatusUtilsTest, NeutralAnswersWhenTheManagerIsDown) {
+  mHw.stop(), mNet.stop();
+  FlashStatus flash{7, 8};
+  BatteryStatus battery{9, 10};
+  unsigned size = 11, free = 12;
+  std::vector<CPUUsage> cpu(1);
+  std::vector<DiskSnapShot*> disks;
+  std::vector<VolumeStatus> volumes;
+  std::vector<FanStatus> fans;
+  std::vector<TempStatus> temps;
+  std::vector<VoltStatus> volts;
+  std::vector<PowerStatus> supplies;
+  std::function<int()> const ops[] = {
+      [] { return getUptime(); },
+      [] { return setLocateLED(true), 0; },
+      [&] { return getFlashStatus(flash) + 1; },
+      [&] { return getBatteryStatus(battery); },
+      [] { return batteryReplaced(); },
+      [&] { return getMemoryUse(size, free); },
+      [] { return getIntrusionStatus() + 1; },
+      [] { return clearIntrusionStatus() + 1; },
+      [&] { return getCPUUsage(cpu) + getCPUDetailedUsage(cpu); },
+      [&] { return getVolumeStatus(volumes) + getRaidPhysDiskStatus(disks); },
+      [&] { return getFanStatus(fans) + getTempStatus(temps); },
+      [&] { return getVoltageStatus(volts) + getPowerStatus(supplies); },
+      [] { return isServiceReady(kHardwareReady2, 0) + isNetServiceReady(kNetworkReady, 0); },
+  };
+  for (size_t i = 0; i < std::size(ops); ++i) {
+    auto start = Clock::now();
+    EXPECT_EQ(0, ops[i]()) << i;
+    EXPECT_LT(secondsSince(start), 1.5) << i;
+  }
+  EXPECT_EQ("7|8|9|10|11|12|1|", join(flash.mTotalSize, flash.mFreeSize, battery.mInstalled,
+                                      battery.mExpires, size, free, cpu.size()));
+  EXPECT_TRUE(volumes.empty() && disks.empty() && fans.empty() && temps.empty() && volts.empty() &&
+              supplies.empty());
+}
+
+TEST(StatusUtilsText, DisplayWords) {
+  struct Case {
+    char const* (*table)(int);
+    std::vector<int> codes;
+    std::string texts;
+  } const cases[] = {
+      {state2text,
+       {0, 1, 7, 8, 15, 16, 17, -1},
+       "unknown|online|failed requested|other_offline|getting copied|exposed and controlled by "
+       "host|unknown|unknown|"},
+      {role2text, {0, 1, 2, 3, 4}, "unknown|other|primary|secondary|unknown|"},
+      {raidpos2text, {0, 1, 4, 5}, "unknown|HDD0|HDD3|unknown|"},
+      {raidiface2text, {1, 2, 3, 4, 5, 6}, "unknown|parallel SCSI|SAS|SATA|fiber channel|unknown|"},
+      {raidspeed2text, {0, 1, 2, 3, 4}, "unknown|1.5Gb/s|3.0Gb/s|6.0Gb/s|unknown|"},
+  };
+  for (Case const& c : cases) {
+    std::string texts;
+    for (int code : c.codes) texts += std::string(c.table(code)) + "|";
+    EXPECT_EQ(c.texts, texts);
+  }
+}
+
+}  // namespace
+}  // namespace statusUtils
+}  // namespace corvane
