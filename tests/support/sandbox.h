@@ -25,8 +25,8 @@ std::string readFile(std::string const& path);
 void setFlash(bool present);
 
 // Each call of a stand-in program (/bin/ipcalc, /usr/sbin/calcNetworkAddr, /sbin/initctl,
-// /sbin/telinit, /usr/sbin/sshdStarter, /usr/sbin/nicctlw.sh), oldest first, as its argv without argv[0].
-// `program` is the base name, e.g. "initctl".
+// /sbin/telinit, /usr/sbin/sshdStarter, /usr/sbin/nicctlw.sh), oldest first, as its argv without
+// argv[0]. `program` is the base name, e.g. "initctl".
 std::vector<std::vector<std::string>> standInCalls(std::string const& program);
 // Forgets the recorded calls of every stand-in.
 void clearStandInCalls();
