@@ -119,6 +119,7 @@ struct Answer {
   std::string body;
   std::string replyName;
   bool close = false;
+  std::function<std::string(std::string const&)> compute;  // makes `body` per call when set
 };
 
 }  // namespace
@@ -274,6 +275,7 @@ struct FakeManager::Impl {
     if (programmed.kind == Answer::kRaw) {
       return writeAll(fd, programmed.body) && !programmed.close;
     }
+    if (programmed.compute) programmed.body = programmed.compute(call.args);
     auto out = std::make_shared<TMemoryBuffer>();
     TBinaryProtocol protocol(out);
     protocol.writeMessageBegin(programmed.replyName.empty() ? call.name : programmed.replyName,
@@ -314,6 +316,14 @@ void FakeManager::replyBytes(std::string const& method, int32_t messageType,
   a.messageType = messageType;
   a.body = body;
   a.replyName = replyName;
+}
+
+void FakeManager::replyFunction(std::string const& method,
+                                std::function<std::string(std::string const&)> answer) {
+  std::lock_guard<std::mutex> lock(mImpl->mutex);
+  Answer& a = mImpl->answers[method];
+  a = Answer();
+  a.compute = std::move(answer);
 }
 
 void FakeManager::replyRaw(std::string const& method, std::string const& bytes, bool close) {

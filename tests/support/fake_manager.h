@@ -15,6 +15,7 @@
 #define CORVANE_TESTS_SUPPORT_FAKE_MANAGER_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,7 +51,7 @@ Record deserialize(std::string const& bytes) {
 // One received message, as it came off the wire.
 struct Call {
   std::string name;
-  int32_t type = 0;   // 1 CALL, 4 ONEWAY, ...
+  int32_t type = 0;  // 1 CALL, 4 ONEWAY, ...
   int32_t seqid = 0;
   std::string message;  // the whole message
   std::string args;     // the argument record's bytes
@@ -80,6 +81,19 @@ class FakeManager {
   void reply(std::string const& method, Result const& result) {
     replyBytes(method, 2, serialize(result));
   }
+  // Every later call of `method` is answered with a REPLY carrying the record that `answer`
+  // makes from the call's decoded argument record (generated `<service>_<method>_args` and
+  // `_result` types), so that one method can answer differently per argument. `answer` runs
+  // on a connection thread.
+  template <class Args, class Result>
+  void replyWith(std::string const& method, std::function<Result(Args const&)> answer) {
+    replyFunction(method, [answer](std::string const& args) {
+      return serialize(answer(deserialize<Args>(args)));
+    });
+  }
+  // The same with the argument bytes in and the result record's bytes out.
+  void replyFunction(std::string const& method,
+                     std::function<std::string(std::string const&)> answer);
   // Every later call of `method` is answered with an EXCEPTION message.
   void replyException(std::string const& method, apache::thrift::TApplicationException const& e);
   // Answers `method` with a message header of `messageType` (and, when `replyName` is not

@@ -90,6 +90,16 @@ void setStandInResult(std::string const& program, int code, std::string const& s
   writeFile(path, text.c_str());
 }
 
+void setStandInScript(std::string const& program, char const* script) {
+  std::string path = "/sandbox/results/" + program + ".run";
+  if (script == nullptr) {
+    writeFile(path, nullptr);
+    return;
+  }
+  writeFile(path, (std::string("#!/bin/sh\n") + script).c_str());
+  chmod(path.c_str(), 0755);
+}
+
 int openDescriptorCount() {
   DIR* dir = opendir("/proc/self/fd");
   if (dir == nullptr) return -1;

@@ -25,8 +25,8 @@ std::string readFile(std::string const& path);
 void setFlash(bool present);
 
 // Each call of a stand-in program (/bin/ipcalc, /usr/sbin/calcNetworkAddr, /sbin/initctl,
-// /sbin/telinit, /usr/sbin/sshdStarter, /etc/init.d/snmpd), oldest first, as its argv without argv[0].
-// `program` is the base name, e.g. "initctl".
+// /sbin/telinit, /usr/sbin/sshdStarter, /usr/sbin/nicctlw.sh, /etc/init.d/snmpd), oldest first,
+// as its argv without argv[0]. `program` is the base name, e.g. "initctl".
 std::vector<std::vector<std::string>> standInCalls(std::string const& program);
 // Forgets the recorded calls of every stand-in.
 void clearStandInCalls();
@@ -34,6 +34,11 @@ void clearStandInCalls();
 // (ipcalc keeps running ipcalc-ng unless an exit code is forced). A negative code restores
 // the default (exit 0, or ipcalc-ng's own answer).
 void setStandInResult(std::string const& program, int code, std::string const& stderrText);
+
+// Makes the stand-in run `script` (a shell script body) with its arguments instead of its
+// default answer, while still recording the call; null restores the default. A forced exit
+// code from `setStandInResult` still wins.
+void setStandInScript(std::string const& program, char const* script);
 
 // Number of open descriptors of this process (entries of /proc/self/fd).
 int openDescriptorCount();
