@@ -26,7 +26,6 @@ namespace corvane {
 namespace processManagerUtils {
 namespace {
 
-using Lines = std::vector<std::string>;
 using Argv = std::vector<std::vector<std::string>>;
 namespace pm = ::processManager;
 
@@ -51,78 +50,55 @@ class ProcessManagerUtilsTest : public ::testing::Test {
   }
 
   testing::SyslogSink mSink;
-  Lines mLines;
+  std::vector<std::string> mLines;
 };
 
-TEST(ProcessManagerNames, TablesAndTexts) {
-  struct {
-    char const* name;
-    int level;
-    int mask;
-  } const names[] = {
-      {"WARN", 4, kMaskUnknown},
-      {"debug", 7, kMaskUnknown},
-      {"Fatal", 2, kMaskUnknown},
-      {"RAID", -1, 0x100},
-      {"all", -1, -1},
-      {"None", -1, 0},
-      {"trivial", -1, INT_MIN},
-      {"application3", -1, 0x800000},
-      {"verbose", -1, kMaskUnknown},
-      {"", -1, kMaskUnknown},
+// One row per name: its level, its mask, and what `Mask2Text` appends for that mask.
+TEST(ProcessManagerNames, TablesAndMaskTexts) {
+  std::string all;  // the help listing: every name in table order
+  for (NameValue const* e = kMaskNames; e->name[0] != '\0'; ++e)
+    all += "  " + std::string(e->name) + "\n";
+  EXPECT_EQ(all.substr(0, 26), "  all\n  none\n  commands\n  ");
+  // clang-format off
+  struct { char const* name; int level; int mask; std::string text; } const rows[] = {
+      {"WARN", 4, kMaskUnknown, all},        {"debug", 7, kMaskUnknown, all},
+      {"RAID", -1, 0x100, "  raid\n"},       {"all", -1, -1, "  all\n"},
+      {"None", -1, 0, "  none\n"},           {"trivial", -1, INT_MIN, "  trivial\n"},
+      {"verbose", -1, kMaskUnknown, all},    {"", -1, kMaskUnknown, all},
   };
-  for (auto const& c : names) {
-    std::string name = c.name;
-    EXPECT_EQ(Level2Enum(name), c.level) << name;
-    EXPECT_EQ(Mask2Enum(&name[0]), c.mask) << name;
+  // clang-format on
+  for (auto const& r : rows) {
+    std::string name = r.name, out = "kept";
+    EXPECT_EQ(Level2Enum(name), r.level) << name;
+    EXPECT_EQ(Mask2Enum(&name[0]), r.mask) << name;
+    Mask2Text(r.mask, out);
+    EXPECT_EQ(out, "kept" + r.text) << name;
   }
+  std::string out;
+  Mask2Text(3, out);
+  Mask2Text(0x800, out);  // no name holds that bit
+  Mask2Text(static_cast<int>(0x80200000u), out);
+  EXPECT_EQ(out, "  commands\n  networkmanager\n  application1\n  trivial\n");
   EXPECT_EQ(Mask2Enum(nullptr), kMaskUnknown);
   EXPECT_STREQ(Level2Text(kLevelMessage), "message");
   EXPECT_EQ(Level2Text(static_cast<PlatformLogLevel>(1)), nullptr);
   EXPECT_EQ(Level2Text(kLevelUnknown), nullptr);
-
-  std::string all;
-  for (NameValue const* e = kMaskNames; e->name[0] != '\0'; ++e)
-    all += "  " + std::string(e->name) + "\n";
-  EXPECT_EQ(all.substr(0, 32), "  all\n  none\n  commands\n  networ");
-  struct {
-    int mask;
-    std::string text;
-  } const masks[] = {
-      {0, "  none\n"},
-      {-1, "  all\n"},
-      {3, "  commands\n  networkmanager\n"},
-      {0x800, ""},
-      {static_cast<int>(0x80200000u), "  application1\n  trivial\n"},
-      {kMaskUnknown, all},
-  };
-  for (auto const& c : masks) {
-    std::string out = "kept";
-    Mask2Text(c.mask, out);
-    EXPECT_EQ(out, "kept" + c.text) << c.mask;
-  }
 }
 
 TEST(ProcessManagerNames, SplitCutsAtPlusRuns) {
-  struct {
-    char const* text;
-    int max;
-    int count;
-    std::vector<std::string> parts;
-    char const* left;
-  } const cases[] = {
-      {"a+b++c", 2, 2, {"a", "b"}, "a"},
-      {"+a+b++c+", 5, 3, {"a", "b", "c"}, "+a"},
-      {"", 2, 0, {}, ""},
-      {"a+b", 0, 0, {}, "a"},
+  // clang-format off
+  struct { char const* text; int max; std::vector<std::string> parts; char const* left; } const cases[] = {
+      {"a+b++c", 2, {"a", "b"}, "a"}, {"+a+b++c+", 5, {"a", "b", "c"}, "+a"},
+      {"", 2, {}, ""},                {"a+b", 0, {}, "a"},
   };
+  // clang-format on
   for (auto const& c : cases) {
     std::string text = c.text;
-    char* parts[5] = {text.data(), text.data(), text.data(), text.data(), text.data()};
-    ASSERT_EQ(split(&text[0], parts, c.max), c.count) << c.text;
+    char* parts[5] = {&text[0], &text[0], &text[0], &text[0], &text[0]};
+    ASSERT_EQ(split(&text[0], parts, c.max), static_cast<int>(c.parts.size())) << c.text;
     for (int i = 0; i < c.max; ++i) {
-      EXPECT_EQ(parts[i] ? std::string(parts[i]) : "<null>", i < c.count ? c.parts[i] : "<null>")
-          << c.text << " " << i;
+      EXPECT_EQ(parts[i] ? parts[i] : "<null>",
+                i < static_cast<int>(c.parts.size()) ? c.parts[i] : "<null>");
     }
     EXPECT_STREQ(text.c_str(), c.left);
   }
@@ -145,9 +121,8 @@ TEST_F(ProcessManagerUtilsTest, UnhealthyAsksTheManagerFirst) {
   testing::FakeManager manager("processmgr");
   EXPECT_EQ(signalApplicationIsUnhealthy("app"), 0);
   EXPECT_EQ(testing::standInCalls("initctl"), (Argv{{"emit", "--no-wait", "app-unhealthy"}}));
-  auto calls = manager.calls();
-  ASSERT_EQ(calls.size(), 2u);
-  EXPECT_EQ(calls[0].name, "noteUnhealthy");
+  ASSERT_EQ(manager.calls().size(), 2u);
+  EXPECT_EQ(manager.calls()[0].name, "noteUnhealthy");
   EXPECT_EQ(manager.args<pm::processManager_isUnrecoverable_args>("isUnrecoverable").name, "app");
   EXPECT_TRUE(logged(6, "Emitting app-unhealthy"));
   EXPECT_TRUE(logged(6, "Emit event succeeded."));
@@ -162,23 +137,19 @@ TEST_F(ProcessManagerUtilsTest, UnhealthyAsksTheManagerFirst) {
   EXPECT_TRUE(logged(6, "Application app is unrecoverable."));
   EXPECT_TRUE(logged(6, "Returning 1 from signalApplicationIsUnhealthy"));
 
-  manager.stop();
+  manager.stop();  // only the fan-out catches a manager that is down
   EXPECT_THROW(signalApplicationIsUnhealthy("app"), apache::thrift::transport::TTransportException);
-  EXPECT_THROW(requestReboot(), apache::thrift::transport::TTransportException);
   EXPECT_TRUE(testing::standInCalls("initctl").empty());
 }
 
 TEST_F(ProcessManagerUtilsTest, PlatformLevelCalls) {
   testing::FakeManager manager("processmgr");
-  pm::processManager_requestReboot_result reboot;
-  reboot.success = 17;
-  reboot.__isset.success = true;
-  manager.reply("requestReboot", reboot);
-  manager.reply("requestShutdown", reboot);
-  manager.reply("setPlatformLogLevel", reboot);
-  EXPECT_EQ(requestReboot(), 17);
-  EXPECT_EQ(requestShutdown(), 17);
-  EXPECT_EQ(setPlatformLogLevel(kLevelWarn), 17);
+  pm::processManager_requestReboot_result answer;
+  answer.success = 17;
+  answer.__isset.success = true;
+  for (char const* method : {"requestReboot", "requestShutdown", "setPlatformLogLevel"})
+    manager.reply(method, answer);
+  EXPECT_EQ(requestReboot() + requestShutdown() + setPlatformLogLevel(kLevelWarn), 3 * 17);
   EXPECT_EQ(manager.args<pm::processManager_setPlatformLogLevel_args>("setPlatformLogLevel").level,
             "warn");
   EXPECT_EQ(setPlatformLogLevel(static_cast<PlatformLogLevel>(1)), 1);
@@ -189,11 +160,7 @@ TEST_F(ProcessManagerUtilsTest, PlatformLevelCalls) {
     char const* answer;
     int rc;
     PlatformLogLevel level;
-  } const reads[] = {
-      {"INFO", 0, kLevelInfo},
-      {"", 1, kLevelFatal},
-      {"loud", 0, kLevelUnknown},
-  };
+  } const reads[] = {{"INFO", 0, kLevelInfo}, {"", 1, kLevelFatal}, {"loud", 0, kLevelUnknown}};
   for (auto const& c : reads) {
     pm::processManager_getPlatformLogLevel_result r;
     r.success = c.answer;
@@ -219,11 +186,9 @@ TEST_F(ProcessManagerUtilsTest, DistributeLoggingSkipsAManagerThatIsDown) {
     EXPECT_EQ(args.logLevel, 7) << service;
     EXPECT_EQ(args.logMask, 2) << service;
   }
-  EXPECT_TRUE(managers.networkmgr().calls().empty());
   EXPECT_TRUE(logged(3, "Exception invoking SERVICE_NETWORKMGR"));
   EXPECT_FALSE(logged(3, "Exception invoking SERVICE_USERMGR"));
   EXPECT_TRUE(logged(5, "get platform trace mask:2 \n"));
-  EXPECT_FALSE(logged(7, "---- Args  distributeLogging, inLog 00000007, inMask 00000002"));
   distributeLogging(7, 0x2);  // now traced: level 7 and a mask bit
   EXPECT_TRUE(logged(7, "---- Args  distributeLogging, inLog 00000007, inMask 00000002"));
   EXPECT_TRUE(logged(7, "<--- Exit  distributeLogging, result is void"));
