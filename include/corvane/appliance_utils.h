@@ -62,7 +62,15 @@ struct CORVANE_EXPORT ComponentFirmware {
   // Codes of the component types, from the firmware manager's type names "mordel" (1) to
   // "ferrow" (10).
   enum : int {
-    kMordel = 1, kQuenby, kTarrock, kVelmar, kOskin, kPellum, kDrevan, kHasket, kLunwick,
+    kMordel = 1,
+    kQuenby,
+    kTarrock,
+    kVelmar,
+    kOskin,
+    kPellum,
+    kDrevan,
+    kHasket,
+    kLunwick,
     kFerrow,
   };
   int type;

@@ -61,7 +61,7 @@ struct TypeCode {
   int code;
 };
 TypeCode const kComponentTypes[] = {
-    {"mordel", 1}, {"quenby", 2}, {"tarrock", 3}, {"velmar", 4},   {"oskin", 5},
+    {"mordel", 1}, {"quenby", 2}, {"tarrock", 3}, {"velmar", 4},  {"oskin", 5},
     {"pellum", 6}, {"drevan", 7}, {"hasket", 8},  {"lunwick", 9}, {"ferrow", 10},
 };
 

@@ -128,8 +128,7 @@ int deviceRESET(std::vector<resetFileError>& errors, std::vector<std::string>& m
   messages.clear();
   if (pthread_mutex_lock(&mResetMutex) != 0) {
     // Two blanks after the full stop: the text is matched by log watchers as it stands.
-    log::trace(4,
-               "Unable to lock reset mutex.  Shutdown, restart or reset is already in progress");
+    log::trace(4, "Unable to lock reset mutex.  Shutdown, restart or reset is already in progress");
     messages.push_back("cli_dev_shutdown_in_prog");
     return 1;
   }

@@ -19,11 +19,18 @@ namespace {
 
 // Identifiers fixed by the order of the keyword lists.
 enum : int {
-  kFilelist = 1, kFile, kGlob, kObfuscate, kShowable, kFailsafe, kDeleteAfterCollect, kHelp,
+  kFilelist = 1,
+  kFile,
+  kGlob,
+  kObfuscate,
+  kShowable,
+  kFailsafe,
+  kDeleteAfterCollect,
+  kHelp,
 };
 char const* const kFileListKeywords[] = {
-    "filelist", "file", "glob", "obfuscate", "showable", "failsafe", "deleteaftercollect",
-    "help", nullptr,
+    "filelist",           "file", "glob",  "obfuscate", "showable", "failsafe",
+    "deleteaftercollect", "help", nullptr,
 };
 
 enum : int { kCmdlist = 1, kCli, kCmd, kCmdFailsafe };
