@@ -89,9 +89,8 @@ TEST_F(ApplianceTest, SshKeyStrengthAndReset) {
   struct {
     char const* file;
     bool strong;
-  } const strengths[] = {{nullptr, true},  {"false\nmore", false},
-                         {"true\n", true}, {"falsey\n", true},
-                         {"", true},       {"false\nmore", false}};
+  } const strengths[] = {
+      {nullptr, true}, {"true\n", true}, {"falsey\n", true}, {"", true}, {"false\nmore", false}};
   for (auto const& c : strengths) {
     testing::writeFile("/etc/corvane/keyStrength", c.file);
     EXPECT_EQ(c.strong, au::areHostSSHKeysStrong()) << (c.file ? c.file : "(none)");
