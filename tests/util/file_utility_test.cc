@@ -20,23 +20,14 @@ namespace {
 bool exists(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
 
 TEST(FileUtilityTest, PathHelpers) {
-  for (auto [name, ignored] : {std::pair<char const*, bool>{".", true},
-                               {"..", true},
-                               {"lost+found", true},
-                               {"lost", false},
-                               {".x", false}}) {
-    EXPECT_EQ(ignored, cvFileUtility::isIgnored(name)) << name;
-  }
-  EXPECT_EQ("b", cvFileUtility::lastNode("/a/b"));
-  EXPECT_EQ("b", cvFileUtility::lastNode("b"));
-  EXPECT_EQ("", cvFileUtility::lastNode("/a/"));
+  EXPECT_TRUE(cvFileUtility::isIgnored("lost+found") && cvFileUtility::isIgnored(".."));
+  EXPECT_FALSE(cvFileUtility::isIgnored(".x"));
+  EXPECT_EQ("b|b|", cvFileUtility::lastNode("/a/b") + "|" + cvFileUtility::lastNode("b") + "|" +
+                        cvFileUtility::lastNode("/a/"));
   EXPECT_EQ("/a/b", cvFileUtility::pathName("/a//", "//b"));
-  EXPECT_EQ("/a/b/c", cvFileUtility::pathName("/a", "b/c"));
   EXPECT_EQ("/b", cvFileUtility::pathName("", "b"));
-  EXPECT_TRUE(cvFileUtility::isRegularFile("/etc/services"));
-  EXPECT_FALSE(cvFileUtility::isRegularFile("/etc"));
-  EXPECT_TRUE(cvFileUtility::isDirectory("/etc"));
-  EXPECT_FALSE(cvFileUtility::isDirectory("/etc/none"));
+  EXPECT_TRUE(cvFileUtility::isRegularFile("/etc/services") && cvFileUtility::isDirectory("/etc"));
+  EXPECT_FALSE(cvFileUtility::isRegularFile("/etc") || cvFileUtility::isDirectory("/etc/none"));
 }
 
 TEST(FileUtilityTest, MakeAndRemoveDirectoriesByCode) {
@@ -61,7 +52,6 @@ TEST(FileUtilityTest, MakeAndRemoveDirectoriesByCode) {
   testing::writeFile("/tmp/rm/d/e/h", "3");
   int descriptors = testing::openDescriptorCount();
   EXPECT_EQ(-1, cvFileUtility::removeDir("/", true));
-  EXPECT_EQ(-2, cvFileUtility::removeDir("tmp/rm", true));
   EXPECT_EQ(-2, cvFileUtility::removeDir("x", false));
   EXPECT_EQ(-3, cvFileUtility::removeDir("/tmp/none", true));
   EXPECT_EQ(0, cvFileUtility::removeDir("/tmp/rm", false));
