@@ -1,0 +1,295 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
+// Appliance maintenance in the sandbox: the factory reset over a populated file system, time
+// zones, SSH host keys, descriptors, CPU count, and the manager calls.
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <thrift/transport/TTransportException.h>
+
+#include <corvane/idl/FirmwareManager.h>
+#include <corvane/idl/configManager.h>
+#include <corvane/idl/hardwareManager.h>
+#include <corvane/idl/logReceiver.h>
+#include <corvane/idl/processManager.h>
+#include "corvane/appliance_utils.h"
+#include "corvane/log.h"
+#include "fake_manager.h"
+#include "sandbox.h"
+
+namespace corvane {
+namespace {
+
+using Lines = std::vector<std::string>;
+using Calls = std::vector<Lines>;
+namespace au = applianceUtils;
+using apache::thrift::transport::TTransportException;
+
+bool exists(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
+
+template <class Result, class Value>
+void answer(testing::FakeManager& manager, char const* method, Value value) {
+  Result r;
+  r.success = value;
+  r.__isset.success = true;
+  manager.reply(method, r);
+}
+
+char const* const kRemoved[] = {"/etc/corvane/config/a.xml", "/etc/corvane/config/default/b.xml",
+                                "/etc/corvane/config/sub/deep/c.xml",
+                                "/tmp/.networkManager/if/eth0", "/var/log/messages"};
+char const* const kKept[] = {"/etc/corvane/config/default/msglib/m.txt", "/var/log/.hidden",
+                             "/var/log/sub/kept", "/etc/ssh/moduli.local"};
+
+class ApplianceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    log::getLogger()->setLevel(6);
+    testing::clearStandInCalls();
+    mSink.drain(20);
+  }
+  // "priority text" of each trace, without the launcher's and the Thrift library's own.
+  Lines traces() {
+    Lines lines;
+    for (std::string const& d : mSink.drain()) {
+      if (d.find("LaunchExec") == std::string::npos && d.find(" task ") == std::string::npos) {
+        lines.push_back(d.substr(1, d.find('>') - 1) + " " + d.substr(d.find("]:") + 2));
+      }
+    }
+    return lines;
+  }
+  // Populates the file system, resets, and checks what every reset must leave.
+  int reset(Lines& messages) {
+    for (char const* path : kRemoved) testing::writeFile(path, "x");
+    for (char const* path : kKept) testing::writeFile(path, "x");
+    for (char const* const* path = au::resetFileList; *path; ++path) {
+      unlink(*path);
+      testing::writeFile(*path, "x");
+    }
+    testing::writeFile("/etc/corvane/users.xml", "changed\n");
+    std::vector<au::resetFileError> errors{{"stale", 1}};
+    int descriptors = testing::openDescriptorCount();
+    int rc = au::deviceRESET(errors, messages);
+    EXPECT_TRUE(errors.empty());  // the helpers record into copies, deliberately
+    EXPECT_EQ(descriptors, testing::openDescriptorCount());
+    return rc;
+  }
+  testing::SyslogSink mSink;
+};
+
+TEST_F(ApplianceTest, ResetEmptiesTheConfigurationRestoresUsersAndReboots) {
+  testing::writeFile("/etc/corvane/users.xml.orig", "<users>\n <user/>\n</users>");
+  Lines messages{"stale"};
+  EXPECT_EQ(0, reset(messages));
+  EXPECT_EQ((Lines{"cli_dev_reset_complete", "cli_gen_print_ok"}), messages);
+  for (char const* path : kRemoved) EXPECT_FALSE(exists(path)) << path;
+  for (char const* path : kKept) EXPECT_TRUE(exists(path)) << path;
+  for (char const* const* path = au::resetFileList; *path; ++path) EXPECT_FALSE(exists(*path));
+  EXPECT_TRUE(exists("/etc/corvane/config/sub/deep") && exists("/tmp/.networkManager/if"));
+  EXPECT_EQ("<users>\n <user/>\n</users>\n", testing::readFile("/etc/corvane/users.xml"));
+  EXPECT_EQ((Calls{{"6"}}), testing::standInCalls("telinit"));
+  EXPECT_EQ(Lines{"141 Reboot requested via runlevel 6\n"}, traces());
+
+  // Without the factory copy the users stay, and the reboot still comes.
+  testing::writeFile("/etc/corvane/users.xml.orig", nullptr);
+  EXPECT_EQ(0, reset(messages));
+  EXPECT_EQ((Lines{"cli_dev_user_not_reset", "cli_gen_print_ok"}), messages);
+  EXPECT_EQ("changed\n", testing::readFile("/etc/corvane/users.xml"));
+  EXPECT_EQ((Calls{{"6"}, {"6"}}), testing::standInCalls("telinit"));
+  EXPECT_EQ((Lines{"139 unable to access /etc/corvane/users.xml, or missing backup",
+                   "141 Reboot requested via runlevel 6\n"}),
+            traces());
+}
+
+TEST_F(ApplianceTest, ResetFailsOnRebootOrHeldLock) {
+  testing::setStandInResult("telinit", 2, "");
+  Lines messages;
+  EXPECT_EQ(3, reset(messages));
+  testing::setStandInResult("telinit", -1, "");
+  EXPECT_FALSE(exists("/var/log/messages"));
+  EXPECT_EQ(Lines{"cli_dev_user_not_reset"}, messages);
+  EXPECT_EQ((Lines{"139 unable to access /etc/corvane/users.xml, or missing backup",
+                   "139 Reboot runlevel returns 1 - Child exited with non-zero status\n",
+                   "139 Reboot request failed"}),
+            traces());
+
+  ASSERT_EQ(0, pthread_mutex_lock(&au::mResetMutex));
+  std::vector<au::resetFileError> errors;
+  EXPECT_EQ(1, au::deviceRESET(errors));
+  EXPECT_EQ(1, reset(messages));
+  pthread_mutex_unlock(&au::mResetMutex);
+  for (char const* const* path = au::resetFileList; *path; ++path) unlink(*path);
+  EXPECT_EQ(Lines{"cli_dev_shutdown_in_prog"}, messages);
+  EXPECT_TRUE(exists("/var/log/messages"));
+  EXPECT_EQ((Calls{{"6"}}), testing::standInCalls("telinit"));
+  EXPECT_EQ(2u, traces().size());
+}
+
+TEST_F(ApplianceTest, TimeZonesFromAZoneTreeAndFromTheSubset) {
+  ASSERT_EQ(0, mount("zoneinfo", "/usr/share/zoneinfo", "tmpfs", 0, "mode=0755"));
+  for (char const* zone : {"Europe/Paris", "America/Indiana/Knox", "Etc/UTC"}) {
+    testing::writeFile(std::string("/usr/share/zoneinfo/") + zone, "TZif2 data");
+  }
+  testing::writeFile("/usr/share/zoneinfo/zone.tab", "# not a zone\n");
+  symlink("Etc/UTC", "/usr/share/zoneinfo/UTC");
+  symlink(".", "/usr/share/zoneinfo/posix");  // a linked directory is not followed
+  Lines all = au::getTimezones();
+  std::sort(all.begin(), all.end());
+  EXPECT_EQ((Lines{"America/Indiana/Knox", "Etc/UTC", "Europe/Paris", "UTC"}), all);
+  testing::writeFile("/etc/corvane/tzsubset.xml",
+                     "<filelist><file>Europe/Paris</file><file>Mars/Olympus</file>"
+                     "<file>Europe</file><file>Etc/UTC</file></filelist>");
+  EXPECT_EQ((Lines{"Europe/Paris", "Etc/UTC"}), au::getTimezones());
+
+  unlink("/etc/localtime");
+  EXPECT_EQ("", au::getTimezone());
+  symlink("/usr/share/zoneinfo/Europe/Paris", "/etc/localtime");
+  EXPECT_EQ("Europe/Paris", au::getTimezone());
+  unlink("/etc/localtime");
+  testing::writeFile("/etc/localtime", "TZif2 data");
+  EXPECT_EQ("", au::getTimezone());
+  umount2("/usr/share/zoneinfo", MNT_DETACH);
+}
+
+TEST_F(ApplianceTest, SshKeyStrengthAndReset) {
+  for (auto [file, strong] : {std::pair<char const*, bool>{nullptr, true},
+                              {"true\n", true},
+                              {"falsey\n", true},
+                              {"", true},
+                              {"false\nmore", false}}) {
+    testing::writeFile("/etc/corvane/keyStrength", file);
+    EXPECT_EQ(strong, au::areHostSSHKeysStrong()) << (file ? file : "(none)");
+  }
+  EXPECT_EQ((Lines{"139 unable to open file '/etc/corvane/keyStrength' for reading, "
+                   "error=No such file or directory"}),
+            traces());
+  for (char const* const* key = au::resetFileList; key != au::resetFileList + 4; ++key) {
+    testing::writeFile(*key, "key");
+  }
+  testing::FakeManager receiver("logreceiver");
+  EXPECT_EQ(1, au::resetHostSSHKeys());  // the strength file still says "false"
+  for (char const* const* key = au::resetFileList; key != au::resetFileList + 4; ++key) {
+    EXPECT_FALSE(exists(*key)) << *key;
+  }
+  EXPECT_EQ(Calls{Lines{}}, testing::standInCalls("sshdStarter"));
+  EXPECT_EQ("KTXCV01100D", receiver.args<logReceiver_Log_args>("Log").entry_id);
+  EXPECT_EQ(
+      (Lines{"14 The SSH host keys of the appliance have been regenerated.",
+             "142 SSH host keys have been reset", "140 Host SSH keys are not optimally strong"}),
+      traces());
+
+  testing::writeFile("/etc/corvane/keyStrength", "true\n");
+  EXPECT_EQ(0, au::resetHostSSHKeys());
+  testing::setStandInResult("sshdStarter", 4, "");
+  mSink.drain(20);
+  EXPECT_EQ(2, au::resetHostSSHKeys());
+  testing::setStandInResult("sshdStarter", -1, "");
+  EXPECT_EQ(Lines{"139 unable to reset SSH host keys', rc 1: Child exited with non-zero status"},
+            traces());
+}
+
+TEST_F(ApplianceTest, DescriptorFlagsAndCpuCount) {
+  int fds[2];
+  ASSERT_EQ(0, pipe(fds));
+  EXPECT_TRUE(au::closeOnExec(fds[0], true));
+  EXPECT_EQ(FD_CLOEXEC, fcntl(fds[0], F_GETFD));
+  EXPECT_TRUE(au::closeOnExec(fds[0], false));
+  EXPECT_EQ(0, fcntl(fds[0], F_GETFD));
+  close(fds[0]);
+  close(fds[1]);
+  EXPECT_FALSE(au::closeOnExec(fds[0], true));
+
+  testing::setFlash(false);
+  EXPECT_EQ(1, au::getCPUCount());
+  testing::setFlash(true);
+  std::string cpuinfo = "\n" + testing::readFile("/proc/cpuinfo");
+  int processors = 0;
+  for (size_t at = 0; (at = cpuinfo.find("\nprocessor", at)) != std::string::npos; ++at) {
+    ++processors;
+  }
+  EXPECT_EQ(processors + 1, au::getCPUCount());  // one too many, deliberately
+  testing::setFlash(false);
+}
+
+TEST_F(ApplianceTest, ManagerCalls) {
+  testing::FakeManager config("configmgr"), process("processmgr"), hardware("hardwaremgr"),
+      firmware("firmwaremgr");
+  int rc = 0;
+  answer<configManager::configManager_setDateTime_result>(config, "setDateTime", 7);
+  EXPECT_FALSE(au::setDateTime((1L << 32) + 5, rc));
+  EXPECT_EQ(7, rc);
+  EXPECT_EQ(5, config.args<configManager::configManager_setDateTime_args>("setDateTime").datetime);
+  answer<configManager::configManager_setTimezone_result>(config, "setTimezone", true);
+  EXPECT_TRUE(au::setTimezone("Europe/Paris"));
+  EXPECT_EQ("Europe/Paris",
+            config.args<configManager::configManager_setTimezone_args>("setTimezone").zone);
+  answer<processManager::processManager_syncNTPServer_result>(process, "syncNTPServer", true);
+  EXPECT_TRUE(au::syncNTPServer("30"));
+  EXPECT_EQ(
+      "30",
+      process.args<processManager::processManager_syncNTPServer_args>("syncNTPServer").timeout);
+  Lines now = au::getDateTime();
+  ASSERT_EQ(2u, now.size());
+  EXPECT_EQ(20u, now[0].size());
+  EXPECT_EQ('Z', now[0][19]);
+  EXPECT_FALSE(now[1].empty());
+
+  struct {
+    char const *product, *serial;
+    bool isVirt;
+    char const *type, *mtm, *serialNumber;
+  } const machines[] = {
+      {"ABCD123XYZ", "S100", false, "ABCD", "ABCD123", "S100"},
+      {"KVM Virtual", "*UNKNOWN*", true, "KVM Virtual", "KVM Virtual", "00000000"},
+      {"*UNKNOWN*", "", false, "*UNKNOWN*", "*UNKNOWN*", "00000000"},
+  };
+  for (auto const& m : machines) {
+    hardwareManager::HWInfo info;
+    info.productName = m.product;
+    info.serialNumber = m.serial;
+    info.isVirt = m.isVirt;
+    info.uuid = "u-1";
+    answer<hardwareManager::hardwareManager_getHardwareInfo_result>(hardware, "getHardwareInfo",
+                                                                    info);
+    EXPECT_EQ(m.type, au::getMachineType()) << m.product;
+    EXPECT_EQ(m.mtm, au::getMTM()) << m.product;
+    EXPECT_EQ(m.serialNumber, au::getSerialNumber()) << m.product;
+  }
+  au::HWInfo info;
+  info.version = "stale";
+  au::getHardwareInfo(info);
+  EXPECT_EQ("u-1||", info.uuid + "|" + info.version + "|" + info.serialNumber);
+
+  std::vector<firmwareManager::ComponentFirmware> components;
+  for (char const* type : {"mordel", "quenby", "Tarrock", "tarrock", "velmar", "oskin", "pellum",
+                           "drevan", "hasket", "lunwick", "ferrow", "ferrow "}) {
+    components.emplace_back();
+    components.back().type = type;
+    components.back().currentVersion = std::string("v-") + type;
+  }
+  components[1].currentVersion = "cannot detect";
+  answer<firmwareManager::FirmwareManager_getComponentInfo_result>(firmware, "getComponentInfo",
+                                                                   components);
+  std::vector<au::ComponentFirmware> list{{99, "stale"}};
+  au::getComponentInfo(list);
+  Lines got;
+  for (auto const& c : list) got.push_back(std::to_string(c.type) + "=" + c.currentVersion);
+  EXPECT_EQ((Lines{"1=v-mordel", "2=", "3=v-tarrock", "4=v-velmar", "5=v-oskin", "6=v-pellum",
+                   "7=v-drevan", "8=v-hasket", "9=v-lunwick", "10=v-ferrow"}),
+            got);
+
+  hardware.stop();
+  EXPECT_THROW(au::getSerialNumber(), TTransportException);
+}
+
+}  // namespace
+}  // namespace corvane

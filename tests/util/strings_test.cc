@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
+// Tokenizers, wildcards, the directory lister, date and time text, base64 and scrambling.
+
+#include <unistd.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unicode/locid.h>
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+#include "corvane/utils.h"
+#include "sandbox.h"
+
+namespace corvane {
+namespace {
+
+using Words = std::vector<std::string>;
+
+TEST(StringsTest, SplitByTable) {
+  struct {
+    char const *text, *specials;
+    char stop;
+    Words tokens;
+  } const cases[] = {
+      {"  \"x y\"\tz ", nullptr, '\0', {"x y", "z"}},
+      {"'it\\'s' ok", nullptr, '\0', {"it's", "ok"}},
+      {"x y # z", nullptr, '#', {"x", "y"}},
+      {"a|b>>c#d", "|>", '#', {"a", "|", "b", ">", ">", "c"}},
+      {"\"\" ab\"c d\"ef", nullptr, '\0', {"", "ab", "c d", "ef"}},
+      {"\"a\\\\b\\", nullptr, '\0', {"a\\b"}},
+      {nullptr, "|", '#', {}},
+  };
+  for (auto const& c : cases) EXPECT_EQ(c.tokens, utils::Split(c.text, c.specials, c.stop));
+  Words words{"keep"};
+  utils::Split2(" a\n\tbc  d ", &words);
+  EXPECT_EQ((Words{"keep", "a", "bc", "d"}), words);
+}
+
+TEST(StringsTest, MatchByTable) {
+  struct {
+    char const *name, *pattern;
+    bool match;
+  } const cases[] = {
+      {"", "*", true},           {"a.log", "*.log", true},   {"a.log.1", "*.log", false},
+      {"abc", "a?c", true},      {"ac", "a?c", false},       {"abc", "[a-c]bc", true},
+      {"dbc", "[^a-c]bc", true}, {"abc", "[^a-c]bc", false}, {"]x", "[]]x", true},
+      {"-x", "[-a]x", true},     {"b", "[a-]", false},       {"aaab", "*a*b", true},
+      {"aaac", "*a*b", false},   {"[x", "[x", true},         {"abc", "abcd", false},
+  };
+  for (auto const& c : cases) {
+    EXPECT_EQ(c.match, utils::Match(c.name, std::strlen(c.name), c.pattern)) << c.pattern;
+  }
+  EXPECT_TRUE(utils::Match("abcdef", 3, "abc"));
+}
+
+TEST(StringsTest, ReadDirSortsVisibleMatches) {
+  for (char const* name : {"b", "a", ".hidden", "c.log", "B"}) {
+    testing::writeFile(std::string("/tmp/rd/") + name, "");
+  }
+  int descriptors = testing::openDescriptorCount();
+  EXPECT_EQ((Words{"B", "a", "b", "c.log"}), utils::readDir("/tmp/rd", "*"));
+  EXPECT_EQ((Words{"c.log"}), utils::readDir("/tmp/rd", "*.log"));
+  EXPECT_EQ(Words{}, utils::readDir("/tmp/none", nullptr));
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
+}
+
+TEST(StringsTest, FormatDateTimeIsoAndIcu) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("en_US"), status);
+  EXPECT_EQ("2024-01-31T12:00:00Z", utils::formatDateTime(1706702400, 1, "Europe/Paris"));
+  EXPECT_EQ(0u, utils::formatDateTime(1706702400, 0, "UTC").find("Jan 31, 2024, 12:00:00"));
+  EXPECT_EQ(0u, utils::formatDateTime(1706702400, 2, "Europe/Paris").find("Jan 31, 2024, 1:00"));
+}
+
+TEST(StringsTest, Base64SizesAndBounds) {
+  struct {
+    char const* data;
+    size_t size;
+    char const* text;
+  } const cases[] = {{"", 3, ""}, {"M", 4, "TQ=="}, {"Ma", 5, "TWE="}, {"Man", 7, "TWFu"}};
+  for (auto const& c : cases) {
+    size_t n = std::strlen(c.data);
+    ASSERT_EQ(c.size, utils::base64EncodedSize(n));
+    char buf[8] = "#";
+    EXPECT_EQ(nullptr, utils::base64EncodeToBuffer(c.data, n, buf, c.size));
+    EXPECT_EQ('#', buf[0]);
+    ASSERT_EQ(buf, utils::base64EncodeToBuffer(c.data, n, buf, c.size + 1));
+    EXPECT_STREQ(c.text, buf);
+  }
+#if defined(__SANITIZE_ADDRESS__)
+  __lsan::ScopedDisabler keptLeak;  // the lost buffer is part of the behaviour
+#endif
+  EXPECT_EQ(nullptr, utils::base64Encode("Man", 3));
+}
+
+TEST(StringsTest, ObfuscateTextAndFiles) {
+  char buf[8];
+  ASSERT_EQ(buf, utils::obfuscate("Man", buf));
+  EXPECT_STREQ("K5Ex", buf);  // the fixed substitution
+  std::unique_ptr<char[]> owned(utils::obfuscate("hello world", nullptr));
+  EXPECT_EQ(0, std::strncmp("NpUnyp3r8ZcFypb", owned.get(), 15));
+  EXPECT_NE(nullptr, std::strchr("-._~*", owned[15]));
+
+  std::string data(5000, '\0');
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(1 + i * 7 % 255);
+  testing::writeFile("/tmp/ob/src", data.c_str());
+  testing::writeFile("/tmp/ob/empty", "");
+  int descriptors = testing::openDescriptorCount();
+  ASSERT_EQ(0, utils::obfuscateFile("/tmp/ob/src", "/tmp/ob/out"));
+  std::string out = testing::readFile("/tmp/ob/out");
+  // Each block scrambled alone: 4096 bytes end in two pads, the 904 left in two more.
+  char block[5466];
+  utils::base64EncodeToBuffer(data.data() + 4096, 904, block, sizeof block);
+  utils::obfuscateBase64Buffer(block);
+  ASSERT_EQ(5464u + 1208u, out.size());
+  EXPECT_EQ(std::string(block, 1206), out.substr(5464, 1206));
+  EXPECT_EQ(out.npos, (out.substr(5462, 2) + out.substr(6670)).find_first_not_of("-._~*"));
+
+  EXPECT_EQ(0, utils::obfuscateFile("/tmp/ob/empty", "/tmp/ob/out"));
+  EXPECT_EQ("", testing::readFile("/tmp/ob/out"));
+  EXPECT_EQ(-1, utils::obfuscateFile("/tmp/ob/none", "/tmp/ob/out2"));
+  EXPECT_EQ(-2, utils::obfuscateFile("/tmp/ob/src", "/tmp/ob/nodir/out"));
+  EXPECT_EQ(-3, utils::obfuscateFile("/tmp/ob/src", "/dev/full"));
+  EXPECT_NE(0, access("/tmp/ob/out2", F_OK));
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
+}
+
+}  // namespace
+}  // namespace corvane
