@@ -24,6 +24,9 @@ namespace firmwareUtils {
 // call. The manager's code; -1 when it cannot be reached.
 CORVANE_EXPORT int upgrade(std::string const& imagePath, bool useDynamicLoader, bool pristine,
                            int callbackPort);
+// As above with the port of this process's callback server (`startCallbackManager`), or 0
+// when none runs.
+CORVANE_EXPORT int upgrade(std::string const& imagePath, bool useDynamicLoader, bool pristine);
 
 // Writes the image at `imagePath` over the running firmware. The manager's code; -1 when
 // it cannot be reached.

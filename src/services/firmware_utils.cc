@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include <corvane/idl/FirmwareManager.h>
+#include "corvane/callback_manager.h"
 #include "corvane/client.h"
 
 namespace corvane {
@@ -27,6 +28,11 @@ int upgrade(std::string const& imagePath, bool useDynamicLoader, bool pristine, 
   return callManager<Client, int>(kService, 0, kNoAnswer, [&](Client& client) {
     return client.upgrade(imagePath, useDynamicLoader, pristine, callbackPort);
   });
+}
+
+int upgrade(std::string const& imagePath, bool useDynamicLoader, bool pristine) {
+  callbackManagerHandler const* running = callbackManagerHandler::handler;
+  return upgrade(imagePath, useDynamicLoader, pristine, running == nullptr ? 0 : running->port);
 }
 
 int reflash(std::string const& imagePath) {

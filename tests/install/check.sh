@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Copyright (c) 2026 The libcorvane authors
-# Installs the built library into a scratch prefix, checks its SONAME, builds a small program
-# with `pkg-config corvane` only, and runs it in the sandbox against the fake managers.
+# Installs the built library into a scratch prefix, checks its SONAME, builds the first-program
+# example with pkg-config and with find_package, and runs both in the sandbox against the
+# fake managers.
 #   tests/install/check.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -14,22 +15,32 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 lib=$(find "$prefix" -name libcorvane.so.1 | head -n 1)
 readelf -d "$lib" | grep -q 'SONAME.*\[libcorvane.so.1\]' || { echo "SONAME missing"; exit 1; }
 
-cat > "$prefix/prog.cc" <<'CC'
-#include <corvane/client.h>
-#include <corvane/idl/configManager.h>
-#include <cstdio>
-#include <memory>
-int main() {
-  std::unique_ptr<configManager::configManagerClient> cm(
-      corvane::getClient<configManager::configManagerClient>("configmgr", 0));
-  std::printf("initial config complete: %d\n", cm->isInitialConfigComplete() ? 1 : 0);
-  return 0;
-}
-CC
+# The README's first program, built once with pkg-config and once with find_package.
+src="$here/../../examples/first_program.cc"
 pcdir=$(dirname "$(find "$prefix" -name corvane.pc | head -n 1)")
-export PKG_CONFIG_PATH=$pcdir
-g++ -std=c++17 "$prefix/prog.cc" -o "$prefix/prog" $(pkg-config --cflags --libs corvane) \
-  -Wl,-rpath,"$(dirname "$lib")"
-out=$("$here/../sandbox/run" sh -c "'$build/examples/fake_managers' 20 >/dev/null & sleep 0.5; '$prefix/prog'; kill \$!")
-echo "$out"
-[ "$out" = "initial config complete: 0" ]
+PKG_CONFIG_PATH=$pcdir g++ -std=c++17 "$src" -o "$prefix/first-pc" \
+  $(PKG_CONFIG_PATH=$pcdir pkg-config --cflags --libs corvane) -Wl,-rpath,"$(dirname "$lib")"
+mkdir -p "$prefix/fp"
+cat > "$prefix/fp/CMakeLists.txt" <<CM
+cmake_minimum_required(VERSION 3.18)
+project(first CXX)
+find_package(corvane 1.0 REQUIRED)
+add_executable(first-cmake "$src")
+target_link_libraries(first-cmake corvane::corvane)
+set_target_properties(first-cmake PROPERTIES CXX_STANDARD 17 BUILD_RPATH "$(dirname "$lib")")
+CM
+cmake -S "$prefix/fp" -B "$prefix/fp/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$prefix/fp/build" >/dev/null
+
+expected="retries: 3
+appliance-1: accepted
+Bad_Name: The text does not have the required form.
+initial configuration complete: no
+asked again: no"
+resources=$(dirname "$(find "$prefix" -path '*/resource/corvane' -type d | head -n 1)")
+for prog in "$prefix/first-pc" "$prefix/fp/build/first-cmake"; do
+  out=$("$here/../sandbox/run" --resources "$resources" sh -c \
+    "'$build/examples/fake_managers' 20 >/dev/null & sleep 0.5; '$prog'; kill \$!")
+  [ "$out" = "$expected" ] || { echo "$prog printed:"; echo "$out"; exit 1; }
+done
+echo "first program built with pkg-config and find_package, runs against the fake managers"
