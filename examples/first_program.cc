@@ -19,6 +19,7 @@
 int main() {
   // Once, before any thread: the logger sends syslog datagrams to the manager address.
   corvane::log::init("firstprog", false);
+  corvane::log::setLogLevel(6);  // progress lines too; the process manager may change it later
   corvane::log::trace(6, "first program on libcorvane %s", corvane::version());
 
   // "/etc/corvane.cfg", read afresh on every call; 3 when the key is absent or malformed.
