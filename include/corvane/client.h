@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Connections to the appliance's manager daemons.
-// Every operation opens a fresh client with `getClient`, makes its call(s) and deletes it.
+/// @file
+/// Connections to the appliance's manager daemons.
+/// Every operation opens a fresh client with `getClient`, makes its call(s) and deletes it.
 
 #ifndef CORVANE_CLIENT_H
 #define CORVANE_CLIENT_H
@@ -39,22 +40,22 @@ class StatusManagerClient;
 
 namespace corvane {
 
-// Host string of every manager: the link-local address on the internal interface, with scope.
+/// Host string of every manager: the link-local address on the internal interface, with scope.
 extern CORVANE_EXPORT char const* const kManagerHost;
 
-// Returns a newly allocated client connected to the manager on `port` of the manager host.
-// Caller owns; free with delete (this closes the connection). `timeout` is the send and
-// receive limit in milliseconds; 0 leaves both unlimited. Connecting gives up after 1000 ms.
-// Never returns null: any failure throws the Thrift (or allocation) exception, after
-// releasing whatever was built. Sets the Thrift error-output hook to `log::thrifterr`.
-// Instantiated for the eight manager clients, `baseManagerClient` and `logReceiverClient`.
-// Safe to call from any thread.
+/// Returns a newly allocated client connected to the manager on `port` of the manager host.
+/// Caller owns; free with delete (this closes the connection). `timeout` is the send and
+/// receive limit in milliseconds; 0 leaves both unlimited. Connecting gives up after 1000 ms.
+/// Never returns null: any failure throws the Thrift (or allocation) exception, after
+/// releasing whatever was built. Sets the Thrift error-output hook to `log::thrifterr`.
+/// Instantiated for the eight manager clients, `baseManagerClient` and `logReceiverClient`.
+/// Safe to call from any thread.
 template <class T>
 CORVANE_EXPORT T* getClient(int port, int timeout);
 
-// Exactly `getClient<T>(applianceUtils::getPortforService(service, nullptr), timeout)`.
-// An unknown service name gives port -1 and a transport exception. Caller owns the result.
-// Instantiated for the eight manager clients and `baseManagerClient`.
+/// Exactly `getClient<T>(applianceUtils::getPortforService(service, nullptr), timeout)`.
+/// An unknown service name gives port -1 and a transport exception. Caller owns the result.
+/// Instantiated for the eight manager clients and `baseManagerClient`.
 template <class T>
 CORVANE_EXPORT T* getClient(char const* service, int timeout);
 
@@ -72,10 +73,10 @@ CORVANE_DECLARE_CLIENT(::baseManagerClient)
 #undef CORVANE_DECLARE_CLIENT
 extern template ::logReceiverClient* getClient<::logReceiverClient>(int, int);
 
-// The wrapper pattern shared by the library's thin manager wrappers: open a client of
-// `service` with `timeout`, hand it to `call`, and delete it on every path. A Thrift
-// exception (transport, protocol, application or declared) becomes `neutral`; any other
-// exception propagates. `call` takes `T&` and returns something convertible to R.
+/// The wrapper pattern shared by the library's thin manager wrappers: open a client of
+/// `service` with `timeout`, hand it to `call`, and delete it on every path. A Thrift
+/// exception (transport, protocol, application or declared) becomes `neutral`; any other
+/// exception propagates. `call` takes `T&` and returns something convertible to R.
 template <class T, class R, class Call>
 R callManager(char const* service, int timeout, R neutral, Call&& call) {
   try {
@@ -86,7 +87,7 @@ R callManager(char const* service, int timeout, R neutral, Call&& call) {
   }
 }
 
-// The same for calls that answer nothing: returns true when the call went through.
+/// The same for calls that answer nothing: returns true when the call went through.
 template <class T, class Call>
 bool callManager(char const* service, int timeout, Call&& call) {
   return callManager<T, bool>(service, timeout, false, [&](T& client) {

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// The appliance's health as plain records: RAID disks and volumes, sensors, CPU, memory,
-// battery, flash, uptime, intrusion switch, locate LED and manager readiness, read from the
-// hardware manager (readiness of the network manager from that one), plus RAID display words.
-//   std::vector<corvane::statusUtils::FanStatus> fans;
-//   if (corvane::statusUtils::getFanStatus(fans) == 1) show(fans);
+/// @file
+/// The appliance's health as plain records: RAID disks and volumes, sensors, CPU, memory,
+/// battery, flash, uptime, intrusion switch, locate LED and manager readiness, read from the
+/// hardware manager (readiness of the network manager from that one), plus RAID display words.
+///   std::vector<corvane::statusUtils::FanStatus> fans;
+///   if (corvane::statusUtils::getFanStatus(fans) == 1) show(fans);
 
 #ifndef CORVANE_STATUS_UTILS_H
 #define CORVANE_STATUS_UTILS_H
@@ -35,17 +36,17 @@ struct CORVANE_EXPORT BatteryStatus {
 
 struct CORVANE_EXPORT CPUUsage {
   int32_t mSeconds = 0;
-  int32_t mUsage = 0;  // percent busy
+  int32_t mUsage = 0;  ///< percent busy
 };
 
-// `mOk` is true exactly when the manager's reading status is 4.
+/// `mOk` is true exactly when the manager's reading status is 4.
 struct CORVANE_EXPORT FanStatus {
   std::string mID;
   std::string mFormatted;
   bool mOk = false;
 };
 
-// `mValue`, `mUpperNonCritical`, `mUpperNonRecoverable` in the manager's order.
+/// `mValue`, `mUpperNonCritical`, `mUpperNonRecoverable` in the manager's order.
 struct CORVANE_EXPORT TempStatus {
   std::string mName;
   std::string mFormatted;
@@ -55,7 +56,7 @@ struct CORVANE_EXPORT TempStatus {
   bool mOk = false;
 };
 
-// `mValue`, `mLowerCritical`, `mUpperCritical` in the manager's order.
+/// `mValue`, `mLowerCritical`, `mUpperCritical` in the manager's order.
 struct CORVANE_EXPORT VoltStatus {
   std::string mName;
   std::string mFormatted;
@@ -87,9 +88,9 @@ struct CORVANE_EXPORT VolumeStatus {
   int32_t mRebuildPercentage = 0;
 };
 
-// One physical disk, field for field as the hardware manager reports it. Codes are those of
-// the RAID enumerations below; `mState`, `mRole`, `mPosition`, `mInterfaceType` and
-// `mInterfaceSpeed` have display words (`state2text` ...).
+/// One physical disk, field for field as the hardware manager reports it. Codes are those of
+/// the RAID enumerations below; `mState`, `mRole`, `mPosition`, `mInterfaceType` and
+/// `mInterfaceSpeed` have display words (`state2text` ...).
 struct CORVANE_EXPORT DiskSnapShot {
   std::string mRaidCardType;
   std::string mVendorID;
@@ -123,8 +124,8 @@ struct CORVANE_EXPORT DiskSnapShot {
   std::string mSpecificInfo;
 };
 
-// Which readiness to ask for. The meaning of the hardware manager's two readiness codes is
-// the daemon's own.
+/// Which readiness to ask for. The meaning of the hardware manager's two readiness codes is
+/// the daemon's own.
 enum ServiceStatus {
   kNetworkReady = 1,    // the network manager's readiness
   kHardwareReady1 = 2,  // the hardware manager's readiness code 1
@@ -164,54 +165,54 @@ enum raidPDInterfaceType {
 
 enum raidSasInterfaceSpeed { kSpeed1_5G = 1, kSpeed3_0G = 2, kSpeed6_0G = 3 };
 
-// Seconds since boot as the manager counts them; 0 on failure.
+/// Seconds since boot as the manager counts them; 0 on failure.
 CORVANE_EXPORT int getUptime();
-// Switches the locate LED; a failure is not reported.
+/// Switches the locate LED; a failure is not reported.
 CORVANE_EXPORT void setLocateLED(bool on);
-// Fills `status` from the manager's flash record. 0 when the manager calls the flash device
-// healthy, -1 when not (the record is filled all the same) and -1 on failure.
+/// Fills `status` from the manager's flash record. 0 when the manager calls the flash device
+/// healthy, -1 when not (the record is filled all the same) and -1 on failure.
 CORVANE_EXPORT int getFlashStatus(FlashStatus& status);
-// 1 with `status` filled, 0 on failure (`status` left as it was).
+/// 1 with `status` filled, 0 on failure (`status` left as it was).
 CORVANE_EXPORT int getBatteryStatus(BatteryStatus& status);
-// Tells the manager the cache battery was replaced; 1 success, 0 failure.
+/// Tells the manager the cache battery was replaced; 1 success, 0 failure.
 CORVANE_EXPORT int batteryReplaced();
-// 1 with `size` and `free` set, 0 on failure (both left as they were).
+/// 1 with `size` and `free` set, 0 on failure (both left as they were).
 CORVANE_EXPORT int getMemoryUse(unsigned& size, unsigned& free);
-// The chassis intrusion switch as the manager reads it; -1 on failure.
+/// The chassis intrusion switch as the manager reads it; -1 on failure.
 CORVANE_EXPORT int getIntrusionStatus();
-// Clears the intrusion switch: up to five attempts, each a clear and, one second later, a
-// read. 0 once the switch reads 0; a negative clear result as it came; -1 when the switch
-// stays set after five attempts (about five seconds) or on any failure.
+/// Clears the intrusion switch: up to five attempts, each a clear and, one second later, a
+/// read. 0 once the switch reads 0; a negative clear result as it came; -1 when the switch
+/// stays set after five attempts (about five seconds) or on any failure.
 CORVANE_EXPORT int clearIntrusionStatus();
-// Appends one record per CPU sample; 1 success, 0 failure.
+/// Appends one record per CPU sample; 1 success, 0 failure.
 CORVANE_EXPORT int getCPUUsage(std::vector<CPUUsage>& usage);
-// Appends one record per detailed sample, its usage being 100 minus the idle percentage;
-// 1 success, 0 failure.
+/// Appends one record per detailed sample, its usage being 100 minus the idle percentage;
+/// 1 success, 0 failure.
 CORVANE_EXPORT int getCPUDetailedUsage(std::vector<CPUUsage>& usage);
-// Appends one record per RAID volume with its partitions; 1 success, 0 failure.
+/// Appends one record per RAID volume with its partitions; 1 success, 0 failure.
 CORVANE_EXPORT int getVolumeStatus(std::vector<VolumeStatus>& volumes);
-// Appends one newly allocated record per physical disk. Caller owns each; free with delete.
-// 1 success, 0 failure (also when an allocation fails; the disks appended so far stay).
+/// Appends one newly allocated record per physical disk. Caller owns each; free with delete.
+/// 1 success, 0 failure (also when an allocation fails; the disks appended so far stay).
 CORVANE_EXPORT int getRaidPhysDiskStatus(std::vector<DiskSnapShot*>& disks);
-// Sensor readings, one record per sensor appended; 1 success, 0 failure.
+/// Sensor readings, one record per sensor appended; 1 success, 0 failure.
 CORVANE_EXPORT int getFanStatus(std::vector<FanStatus>& fans);
 CORVANE_EXPORT int getTempStatus(std::vector<TempStatus>& temps);
 CORVANE_EXPORT int getVoltageStatus(std::vector<VoltStatus>& volts);
 CORVANE_EXPORT int getPowerStatus(std::vector<PowerStatus>& supplies);
-// The hardware manager's readiness: `kHardwareReady1` and `kHardwareReady2` ask it, with
-// `timeout` ms for send and receive (0: no limit); any other value is false without a call.
-// False on failure.
+/// The hardware manager's readiness: `kHardwareReady1` and `kHardwareReady2` ask it, with
+/// `timeout` ms for send and receive (0: no limit); any other value is false without a call.
+/// False on failure.
 CORVANE_EXPORT bool isServiceReady(ServiceStatus status, int timeout);
-// The network manager's readiness: only `kNetworkReady` asks it, with `timeout` ms for send
-// and receive (0: no limit); any other value is false without a call. False on failure.
+/// The network manager's readiness: only `kNetworkReady` asks it, with `timeout` ms for send
+/// and receive (0: no limit); any other value is false without a call. False on failure.
 CORVANE_EXPORT bool isNetServiceReady(ServiceStatus status, int timeout);
 
-// Display words of the RAID codes; "unknown" for any code without one. The texts are
-// constants owned by the library.
+/// Display words of the RAID codes; "unknown" for any code without one. The texts are
+/// constants owned by the library.
 CORVANE_EXPORT char const* state2text(int state);
 CORVANE_EXPORT char const* role2text(int role);
 CORVANE_EXPORT char const* raidpos2text(int position);
-// Code 1 has no word of its own and reads "unknown", deliberately.
+/// Code 1 has no word of its own and reads "unknown", deliberately.
 CORVANE_EXPORT char const* raidiface2text(int type);
 CORVANE_EXPORT char const* raidspeed2text(int speed);
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// XML documents on Expat: a `Config` parses a file or stream into `Element`/`Node` trees whose
-// names are identifiers in a `types::Stringtable`, and prints trees back as compact XML.
+/// @file
+/// XML documents on Expat: a `Config` parses a file or stream into `Element`/`Node` trees whose
+/// names are identifiers in a `types::Stringtable`, and prints trees back as compact XML.
 
 #ifndef CORVANE_XML_H
 #define CORVANE_XML_H
@@ -21,8 +22,8 @@
 namespace corvane {
 namespace XML {
 
-// One node of a parsed document: a named node (element or attribute, kind 1) or a text node
-// (kind 0, namespace and name 0). Names are identifiers in the producing `Config`'s table.
+/// One node of a parsed document: a named node (element or attribute, kind 1) or a text node
+/// (kind 0, namespace and name 0). Names are identifiers in the producing `Config`'s table.
 class CORVANE_EXPORT Node {
  public:
   enum Kind : int { kText = 0, kNamed = 1 };
@@ -36,86 +37,86 @@ class CORVANE_EXPORT Node {
 
   bool isText() const { return mKind == kText; }
 
-  // Fields in this order.
+  /// Fields in this order.
   int mKind;
-  int mNamespace;      // 0 when the name has no namespace
-  int mName;           // 0 for text
-  int mLine;           // start line of an element; 0 for text and attributes, -1 for clones
-  std::string mValue;  // attribute value or character data; empty for elements
+  int mNamespace;      ///< 0 when the name has no namespace
+  int mName;           ///< 0 for text
+  int mLine;           ///< start line of an element; 0 for text and attributes, -1 for clones
+  std::string mValue;  ///< attribute value or character data; empty for elements
 };
 
-// An element: owns its attributes (named nodes, parser order) and its children (elements and
-// text nodes, document order) and deletes them when destroyed.
+/// An element: owns its attributes (named nodes, parser order) and its children (elements and
+/// text nodes, document order) and deletes them when destroyed.
 class CORVANE_EXPORT Element : public Node {
  public:
   Element(int ns, int name, int line) : Node(kNamed, ns, name, line, std::string()) {}
   ~Element() override;
 
-  // A deep copy with line -1. Its identifiers refer to the same string table, which must
-  // outlive it. Caller owns; free with delete.
+  /// A deep copy with line -1. Its identifiers refer to the same string table, which must
+  /// outlive it. Caller owns; free with delete.
   Element* clone() const;
 
-  // The first attribute with this namespace and name, or null. Owned by the element.
+  /// The first attribute with this namespace and name, or null. Owned by the element.
   Node const* attribute(int ns, int name) const;
-  // All text children joined in order, untrimmed.
+  /// All text children joined in order, untrimmed.
   std::string text() const;
 
-  std::vector<Node*> mAttributes;  // owned
-  std::vector<Node*> mChildren;    // owned; Element (kind 1) or text Node (kind 0)
+  std::vector<Node*> mAttributes;  ///< owned
+  std::vector<Node*> mChildren;    ///< owned; Element (kind 1) or text Node (kind 0)
 };
 
-// A reusable parser and printer. Each `Parse` discards the previous tree; after a failure
-// the root is null and `GetParseError` describes it. Not thread-safe.
+/// A reusable parser and printer. Each `Parse` discards the previous tree; after a failure
+/// the root is null and `GetParseError` describes it. Not thread-safe.
 class CORVANE_EXPORT Config {
  public:
-  // Uses a new table of its own, seeded with the null-terminated list `keywords` (may be
-  // null): the n-th distinct keyword gets identifier n.
+  /// Uses a new table of its own, seeded with the null-terminated list `keywords` (may be
+  /// null): the n-th distinct keyword gets identifier n.
   explicit Config(char const* const* keywords = nullptr);
-  // Uses `table` (a fresh owned table when null). When `borrowed` the caller keeps ownership
-  // and the table must outlive this `Config` and every tree printed with it; otherwise the
-  // `Config` takes ownership and deletes it.
+  /// Uses `table` (a fresh owned table when null). When `borrowed` the caller keeps ownership
+  /// and the table must outlive this `Config` and every tree printed with it; otherwise the
+  /// `Config` takes ownership and deletes it.
   Config(types::Stringtable* table, bool borrowed);
-  // Deletes the root, and the table when owned.
+  /// Deletes the root, and the table when owned.
   virtual ~Config();
 
   Config(Config const&) = delete;
   Config& operator=(Config const&) = delete;
 
-  // Parses a whole document from `in`. False on a malformed document or a stream going bad;
-  // the partial tree is then deleted.
+  /// Parses a whole document from `in`. False on a malformed document or a stream going bad;
+  /// the partial tree is then deleted.
   virtual bool Parse(std::istream& in);
-  // Parses the file at `path`. With `lineFilter`, lines starting with "#" and a blank are
-  // line directives (as a C preprocessor leaves them) and are not parsed. False when the file
-  // cannot be opened (the error code and the previous tree survive).
+  /// Parses the file at `path`. With `lineFilter`, lines starting with "#" and a blank are
+  /// line directives (as a C preprocessor leaves them) and are not parsed. False when the file
+  /// cannot be opened (the error code and the previous tree survive).
   virtual bool Parse(char const* path, bool lineFilter);
 
-  // Expat's text for the error code of the last failed parse.
+  /// Expat's text for the error code of the last failed parse.
   char const* GetParseError() const;
-  // The Expat error code of the last failed parse; 0 after a successful one.
+  /// The Expat error code of the last failed parse; 0 after a successful one.
   int GetParseErrorCode() const { return mError; }
 
-  // Writes `e` and its subtree as compact XML. Namespaced names print as "ns<N>:local" and
-  // their end tags carry no slash (deliberate, relied upon); text and values are not escaped.
-  // An identifier missing from the table sets the stream's failbit. Returns `os`.
+  /// Writes `e` and its subtree as compact XML. Namespaced names print as "ns<N>:local" and
+  /// their end tags carry no slash (deliberate, relied upon); text and values are not escaped.
+  /// An identifier missing from the table sets the stream's failbit. Returns `os`.
   std::ostream& Print(std::ostream& os, Element const* e) const;
 
-  // Splits an Expat name ("uri<TAB>local" or "local") into interned identifiers; `ns` is 0
-  // without a namespace. `text` is left unchanged.
+  /// Splits an Expat name ("uri<TAB>local" or "local") into interned identifiers; `ns` is 0
+  /// without a namespace. `text` is left unchanged.
   void ParseName(char const* text, int& ns, int& name);
 
-  // The document element; null before a successful parse and after a failed one. Owned by
-  // the `Config`.
+  /// The document element; null before a successful parse and after a failed one. Owned by
+  /// the `Config`.
   Element* root() const { return mRoot; }
-  // Hands the document element to the caller and forgets it. Caller owns; free with delete.
+  /// Hands the document element to the caller and forgets it. Caller owns; free with delete.
   Element* releaseRoot();
 
-  // The table in use; owned by the `Config` unless it was borrowed.
+  /// The table in use; owned by the `Config` unless it was borrowed.
   types::Stringtable* table() const { return mTable; }
-  // The text of identifier `id`, or null.
+  /// The text of identifier `id`, or null.
   char const* text(int id) const { return mTable->Text(id); }
-  // The identifier of `text` without adding it; 0 when unknown.
+  /// The identifier of `text` without adding it; 0 when unknown.
   int id(char const* text) const { return mTable->Find(text); }
-  // The line number taken from the last line directive minus one (0 when none).
+  /// The line number taken from the last line directive minus one (0 when none).
   int lineOverride() const { return mLineOverride; }
 
  private:
@@ -132,15 +133,15 @@ class CORVANE_EXPORT Config {
   static void XMLCALL startNamespaceHook(void* self, XML_Char const* prefix, XML_Char const* uri);
   static void XMLCALL charDataHook(void* self, XML_Char const* data, int length);
 
-  // Fields in this order.
-  std::vector<Node*> mStack;  // open elements and maybe a text node on top; not owning
+  /// Fields in this order.
+  std::vector<Node*> mStack;  ///< open elements and maybe a text node on top; not owning
   int mError;
-  mutable std::map<int, int> mPrefixes;  // namespace id -> prefix number; Print may add 0
+  mutable std::map<int, int> mPrefixes;  ///< namespace id -> prefix number; Print may add 0
   int mPrefixCounter;
   int mLineOverride;
   types::Stringtable* mTable;
   bool mBorrowed;
-  Element* mRoot;  // owned
+  Element* mRoot;  ///< owned
   XML_Parser mParser;
 };
 
