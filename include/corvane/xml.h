@@ -6,8 +6,10 @@
 #ifndef CORVANE_XML_H
 #define CORVANE_XML_H
 
+#include <cstddef>
 #include <istream>
 #include <map>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -18,6 +20,8 @@
 
 namespace corvane {
 namespace XML {
+
+class NodeArena;  // allocator of parsed trees; private to the library
 
 // One node of a parsed document: a named node (element or attribute, kind 1) or a text node
 // (kind 0, namespace and name 0). Names are identifiers in the producing `Config`'s table.
@@ -33,6 +37,16 @@ class Node {
   Node& operator=(Node const&) = delete;
 
   bool isText() const { return mKind == kText; }
+
+  // Nodes of parsed trees live in per-document arenas, all others on the heap; either kind is
+  // freed with plain `delete`, from any thread. An arena's memory goes back once the last
+  // node parsed into it is deleted.
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, NodeArena* arena);
+  static void* operator new(std::size_t, void* where) noexcept { return where; }
+  static void operator delete(void* node, std::size_t size) noexcept;
+  static void operator delete(void* node, NodeArena* arena) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
   // Fields in this order.
   int mKind;
@@ -141,6 +155,12 @@ class Config {
   bool mBorrowed;
   Element* mRoot;  // owned
   XML_Parser mParser;
+  // Building state, kept between parses to save allocations.
+  NodeArena* mArena;            // held; the nodes of the current tree
+  std::vector<Node*> mPending;  // children of the open elements, not yet handed over
+  std::vector<size_t> mOpened;  // where each open element's children start in mPending
+  struct NameCache;
+  std::unique_ptr<NameCache> mNames;  // recent Expat names and their identifiers
 };
 
 }  // namespace XML

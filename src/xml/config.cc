@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "corvane/xml.h"
+#include "xml/node_arena.h"
 
 namespace corvane {
 namespace XML {
@@ -38,19 +39,24 @@ void writeQuoted(std::ostream& os, std::string const& value) {
   }
 }
 
-// Most elements hold a few children; starting with room for four saves the first regrowths,
-// a large part of the cost of building big trees.
-void appendChild(Element* parent, Node* child) {
-  if (parent->mChildren.capacity() == 0) parent->mChildren.reserve(4);
-  parent->mChildren.push_back(child);
-}
-
 // A line written by a C preprocessor: "#", a blank, the line number of the next line.
 bool isLineDirective(char const* line) {
   return line[0] == '#' && (line[1] == ' ' || line[1] == '\t');
 }
 
 }  // namespace
+
+// Expat hands over the same few names again and again; a small table by hash spares the
+// split and the two interning look-ups for all but the first sight of each.
+struct Config::NameCache {
+  struct Slot {
+    std::string text;
+    int ns = 0;
+    int name = 0;
+  };
+  static constexpr size_t kSlots = 64;
+  Slot slots[kSlots];
+};
 
 Config::Config(char const* const* keywords)
     : mError(0),
@@ -59,7 +65,8 @@ Config::Config(char const* const* keywords)
       mTable(new types::Stringtable(keywords)),
       mBorrowed(false),
       mRoot(nullptr),
-      mParser(nullptr) {}
+      mParser(nullptr),
+      mArena(nullptr) {}
 
 Config::Config(types::Stringtable* table, bool borrowed)
     : mError(0),
@@ -68,13 +75,16 @@ Config::Config(types::Stringtable* table, bool borrowed)
       mTable(table),
       mBorrowed(borrowed && table != nullptr),
       mRoot(nullptr),
-      mParser(nullptr) {
+      mParser(nullptr),
+      mArena(nullptr) {
   if (mTable == nullptr) mTable = new types::Stringtable();
 }
 
 Config::~Config() {
   if (mParser != nullptr) XML_ParserFree(mParser);
+  for (Node* node : mPending) delete node;
   delete mRoot;
+  if (mArena != nullptr) mArena->drop();
   if (!mBorrowed) delete mTable;
 }
 
@@ -88,6 +98,15 @@ void Config::setup() {
   delete mRoot;
   mRoot = nullptr;
   mStack.clear();
+  mPending.clear();
+  mOpened.clear();
+  // The blocks of the previous tree are taken again unless some of its nodes are still alive
+  // (a released root, a detached subtree): those keep the old arena to themselves.
+  if (mArena != nullptr && !mArena->reset()) {
+    mArena->drop();
+    mArena = nullptr;
+  }
+  if (mArena == nullptr) mArena = NodeArena::create();
   mError = 0;
   if (mParser != nullptr) XML_ParserFree(mParser);
   mParser = XML_ParserCreateNS(nullptr, '\t');
@@ -104,11 +123,18 @@ void Config::setup() {
 void Config::finishParse(bool ok) {
   if (mParser != nullptr) XML_ParserFree(mParser);
   mParser = nullptr;
-  mStack.clear();
-  if (!ok) {
+  if (ok) {
+    // A document cut short after its last complete line leaves elements open: they keep
+    // what was read of them.
+    while (!mStack.empty()) EndElement();
+  } else {
+    for (Node* node : mPending) delete node;
     delete mRoot;
     mRoot = nullptr;
   }
+  mStack.clear();
+  mPending.clear();
+  mOpened.clear();
 }
 
 bool Config::Parse(std::istream& in) {
@@ -185,27 +211,45 @@ char const* Config::GetParseError() const {
 }
 
 void Config::ParseName(char const* text, int& ns, int& name) {
-  char const* tab = strchr(text, '\t');
+  // Names differ early or late, seldom only in the middle: length and a few bytes suffice.
+  size_t size = strlen(text);
+  size_t hash = size * 31;
+  if (size > 0) {
+    hash += static_cast<unsigned char>(text[0]) * 7u +
+            static_cast<unsigned char>(text[size - 1]) * 131u;
+  }
+  if (size > 2) hash += static_cast<unsigned char>(text[size - 2]) * 17u;
+  if (!mNames) mNames.reset(new NameCache());
+  NameCache::Slot& slot = mNames->slots[hash % NameCache::kSlots];
+  if (slot.name != 0 && slot.text.size() == size && memcmp(slot.text.data(), text, size) == 0) {
+    ns = slot.ns;
+    name = slot.name;
+    return;
+  }
+  char const* tab = static_cast<char const*>(memchr(text, '\t', size));
   if (tab == nullptr) {
     ns = 0;
     name = mTable->Add(text);
-    return;
-  }
-  // The caller's text stays untouched: the URI is split off into a copy, on the stack when
-  // it is of a usual length.
-  size_t length = static_cast<size_t>(tab - text);
-  char local[256];
-  std::string heap;
-  char const* uri = local;
-  if (length < sizeof local) {
-    memcpy(local, text, length);
-    local[length] = '\0';
   } else {
-    heap.assign(text, length);
-    uri = heap.c_str();
+    // The caller's text stays untouched: the URI is split off into a copy, on the stack when
+    // it is of a usual length.
+    size_t length = static_cast<size_t>(tab - text);
+    char local[256];
+    std::string heap;
+    char const* uri = local;
+    if (length < sizeof local) {
+      memcpy(local, text, length);
+      local[length] = '\0';
+    } else {
+      heap.assign(text, length);
+      uri = heap.c_str();
+    }
+    ns = mTable->Add(uri);
+    name = mTable->Add(tab + 1);
   }
-  ns = mTable->Add(uri);
-  name = mTable->Add(tab + 1);
+  slot.text.assign(text, size);
+  slot.ns = ns;
+  slot.name = name;
 }
 
 void Config::StartNamespace(char const* uri) {
@@ -219,7 +263,7 @@ void Config::StartElement(char const* name, char const** attributes) {
   int ns = 0;
   int id = 0;
   ParseName(name, ns, id);
-  std::unique_ptr<Element> element(new Element(ns, id, line));
+  std::unique_ptr<Element> element(new (mArena) Element(ns, id, line));
   size_t count = 0;
   while (attributes != nullptr && attributes[2 * count] != nullptr) ++count;
   element->mAttributes.reserve(count);
@@ -227,22 +271,31 @@ void Config::StartElement(char const* name, char const** attributes) {
     int attributeNs = 0;
     int attributeName = 0;
     ParseName(a[0], attributeNs, attributeName);
-    element->mAttributes.push_back(
-        new Node(Node::kNamed, attributeNs, attributeName, 0, a[1] != nullptr ? a[1] : ""));
+    element->mAttributes.push_back(new (mArena) Node(Node::kNamed, attributeNs, attributeName, 0,
+                                                     a[1] != nullptr ? a[1] : ""));
   }
   if (mRoot == nullptr) {
     mRoot = element.get();
   } else {
     if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
     if (mStack.empty()) return;  // a second document element; Expat refuses it anyway
-    appendChild(static_cast<Element*>(mStack.back()), element.get());
+    mPending.push_back(element.get());
   }
   mStack.push_back(element.release());
+  mOpened.push_back(mPending.size());
 }
 
+// Children wait in mPending until their element closes, so that each child list is
+// allocated once at its final size.
 void Config::EndElement() {
   if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
-  if (!mStack.empty()) mStack.pop_back();
+  if (mStack.empty()) return;
+  Element* element = static_cast<Element*>(mStack.back());
+  size_t first = mOpened.back();
+  element->mChildren.assign(mPending.begin() + static_cast<std::ptrdiff_t>(first), mPending.end());
+  mPending.resize(first);
+  mOpened.pop_back();
+  mStack.pop_back();
 }
 
 void Config::CharData(char const* data, int length) {
@@ -252,9 +305,10 @@ void Config::CharData(char const* data, int length) {
     top->mValue.append(data, static_cast<size_t>(length));
     return;
   }
-  Node* text = new Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length)));
-  appendChild(static_cast<Element*>(top), text);
-  mStack.push_back(text);
+  std::unique_ptr<Node> text(
+      new (mArena) Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length))));
+  mPending.push_back(text.get());
+  mStack.push_back(text.release());
 }
 
 int Config::prefixOf(int ns) const {
