@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Expat-driven document reader and compact printer.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -211,21 +212,29 @@ char const* Config::GetParseError() const {
 }
 
 void Config::ParseName(char const* text, int& ns, int& name) {
-  // Names differ early or late, seldom only in the middle: length and a few bytes suffice.
+  // Names differ early or late, seldom only in the middle: length and the first and last
+  // eight bytes make the hash. Two slots per hash keep a colliding pair from evicting each
+  // other on every element.
   size_t size = strlen(text);
-  size_t hash = size * 31;
-  if (size > 0) {
-    hash += static_cast<unsigned char>(text[0]) * 7u +
-            static_cast<unsigned char>(text[size - 1]) * 131u;
-  }
-  if (size > 2) hash += static_cast<unsigned char>(text[size - 2]) * 17u;
+  size_t edge = size < 8 ? size : 8;
+  uint64_t head = 0;
+  uint64_t tail = 0;
+  memcpy(&head, text, edge);
+  memcpy(&tail, text + size - edge, edge);
+  uint64_t mixed = head * 0x9E3779B97F4A7C15ull ^ (tail + size) * 0xC2B2AE3D27D4EB4Full;
+  size_t index = static_cast<size_t>(mixed >> 58) & (NameCache::kSlots - 2);
   if (!mNames) mNames.reset(new NameCache());
-  NameCache::Slot& slot = mNames->slots[hash % NameCache::kSlots];
-  if (slot.name != 0 && slot.text.size() == size && memcmp(slot.text.data(), text, size) == 0) {
-    ns = slot.ns;
-    name = slot.name;
-    return;
+  for (size_t way = 0; way < 2; ++way) {
+    NameCache::Slot const& slot = mNames->slots[index + way];
+    if (slot.name != 0 && slot.text.size() == size && memcmp(slot.text.data(), text, size) == 0) {
+      ns = slot.ns;
+      name = slot.name;
+      return;
+    }
   }
+  // A free slot of the pair, else the first.
+  if (mNames->slots[index].name != 0 && mNames->slots[index + 1].name == 0) ++index;
+  NameCache::Slot& slot = mNames->slots[index];
   char const* tab = static_cast<char const*>(memchr(text, '\t', size));
   if (tab == nullptr) {
     ns = 0;
@@ -258,8 +267,8 @@ void Config::StartNamespace(char const* uri) {
 }
 
 void Config::StartElement(char const* name, char const** attributes) {
-  int line = mParser != nullptr ? static_cast<int>(XML_GetCurrentLineNumber(mParser))
-                                : mLineOverride;
+  int line =
+      mParser != nullptr ? static_cast<int>(XML_GetCurrentLineNumber(mParser)) : mLineOverride;
   int ns = 0;
   int id = 0;
   ParseName(name, ns, id);
