@@ -216,11 +216,14 @@ void Config::ParseName(char const* text, int& ns, int& name) {
   // eight bytes make the hash. Two slots per hash keep a colliding pair from evicting each
   // other on every element.
   size_t size = strlen(text);
-  size_t edge = size < 8 ? size : 8;
   uint64_t head = 0;
   uint64_t tail = 0;
-  memcpy(&head, text, edge);
-  memcpy(&tail, text + size - edge, edge);
+  if (size >= 8) {
+    memcpy(&head, text, 8);  // fixed-size copies are single loads
+    memcpy(&tail, text + size - 8, 8);
+  } else {
+    for (size_t i = 0; i < size; ++i) head = head << 8 | static_cast<unsigned char>(text[i]);
+  }
   uint64_t mixed = head * 0x9E3779B97F4A7C15ull ^ (tail + size) * 0xC2B2AE3D27D4EB4Full;
   size_t index = static_cast<size_t>(mixed >> 58) & (NameCache::kSlots - 2);
   if (!mNames) mNames.reset(new NameCache());
