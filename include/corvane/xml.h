@@ -38,9 +38,9 @@ class Node {
 
   bool isText() const { return mKind == kText; }
 
-  // Nodes of parsed trees live in per-document arenas, all others on the heap; either kind is
-  // freed with plain `delete` (never `::delete`), from any thread. An arena's memory goes
-  // back once the last node parsed into it is deleted.
+  // Nodes of parsed trees live in per-document arenas, all others on the heap. Create nodes
+  // with plain `new` and free either kind with plain `delete` (never `::new`/`::delete`), from
+  // any thread. An arena's memory goes back once the last node parsed into it is deleted.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, NodeArena* arena);
   static void* operator new(std::size_t, void* where) noexcept { return where; }

@@ -124,8 +124,6 @@ void* NodeArena::allocate(std::size_t size) {
 
 void NodeArena::forget(void* node, std::size_t size) {
   POISON(static_cast<char*>(node) - kHeader, kHeader + size);
-  (void)node;
-  (void)size;
 }
 
 void NodeArena::release(void* node, std::size_t size) {
