@@ -7,20 +7,23 @@
 #ifndef CORVANE_XML_H
 #define CORVANE_XML_H
 
-#include "corvane/export.h"
-
+#include <cstddef>
 #include <istream>
 #include <map>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include <expat.h>
 
+#include "corvane/export.h"
 #include "corvane/stringtable.h"
 
 namespace corvane {
 namespace XML {
+
+class NodeArena;  // allocator of parsed trees; private to the library
 
 /// One node of a parsed document: a named node (element or attribute, kind 1) or a text node
 /// (kind 0, namespace and name 0). Names are identifiers in the producing `Config`'s table.
@@ -37,11 +40,21 @@ class CORVANE_EXPORT Node {
 
   bool isText() const { return mKind == kText; }
 
+  /// Nodes of parsed trees live in per-document arenas, all others on the heap. Create nodes
+  /// with plain `new` and free either kind with plain `delete` (never `::new`/`::delete`), from
+  /// any thread. An arena's memory goes back once the last node parsed into it is deleted.
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, NodeArena* arena);
+  static void* operator new(std::size_t, void* where) noexcept { return where; }
+  static void operator delete(void* node, std::size_t size) noexcept;
+  static void operator delete(void* node, NodeArena* arena) noexcept;
+  static void operator delete(void*, void*) noexcept {}
+
   /// Fields in this order.
   int mKind;
-  int mNamespace;      ///< 0 when the name has no namespace
-  int mName;           ///< 0 for text
-  int mLine;           ///< start line of an element; 0 for text and attributes, -1 for clones
+  int mNamespace;  ///< 0 when the name has no namespace
+  int mName;       ///< 0 for text
+  int mLine;       ///< start line of an element; 0 for text and attributes, -1 for clones
   std::string mValue;  ///< attribute value or character data; empty for elements
 };
 
@@ -130,7 +143,8 @@ class CORVANE_EXPORT Config {
 
   static void XMLCALL startElementHook(void* self, XML_Char const* name, XML_Char const** atts);
   static void XMLCALL endElementHook(void* self, XML_Char const* name);
-  static void XMLCALL startNamespaceHook(void* self, XML_Char const* prefix, XML_Char const* uri);
+  static void XMLCALL startNamespaceHook(void* self, XML_Char const* prefix,
+                                         XML_Char const* uri);
   static void XMLCALL charDataHook(void* self, XML_Char const* data, int length);
 
   /// Fields in this order.
@@ -143,6 +157,12 @@ class CORVANE_EXPORT Config {
   bool mBorrowed;
   Element* mRoot;  ///< owned
   XML_Parser mParser;
+  /// Building state, kept between parses to save allocations.
+  NodeArena* mArena;            ///< held; the nodes of the current tree
+  std::vector<Node*> mPending;  ///< children of the open elements, not yet handed over
+  std::vector<size_t> mOpened;  ///< where each open element's children start in mPending
+  struct NameCache;
+  std::unique_ptr<NameCache> mNames;  ///< recent Expat names and their identifiers
 };
 
 }  // namespace XML

@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Expat-driven document reader and compact printer.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <memory>
 
 #include "corvane/xml.h"
+#include "xml/node_arena.h"
 
 namespace corvane {
 namespace XML {
@@ -38,19 +40,24 @@ void writeQuoted(std::ostream& os, std::string const& value) {
   }
 }
 
-// Most elements hold a few children; starting with room for four saves the first regrowths,
-// a large part of the cost of building big trees.
-void appendChild(Element* parent, Node* child) {
-  if (parent->mChildren.capacity() == 0) parent->mChildren.reserve(4);
-  parent->mChildren.push_back(child);
-}
-
 // A line written by a C preprocessor: "#", a blank, the line number of the next line.
 bool isLineDirective(char const* line) {
   return line[0] == '#' && (line[1] == ' ' || line[1] == '\t');
 }
 
 }  // namespace
+
+// Expat hands over the same few names again and again; a small table by hash spares the
+// split and the two interning look-ups for all but the first sight of each.
+struct Config::NameCache {
+  struct Slot {
+    std::string text;
+    int ns = 0;
+    int name = 0;
+  };
+  static constexpr size_t kSlots = 64;
+  Slot slots[kSlots];
+};
 
 Config::Config(char const* const* keywords)
     : mError(0),
@@ -59,7 +66,8 @@ Config::Config(char const* const* keywords)
       mTable(new types::Stringtable(keywords)),
       mBorrowed(false),
       mRoot(nullptr),
-      mParser(nullptr) {}
+      mParser(nullptr),
+      mArena(nullptr) {}
 
 Config::Config(types::Stringtable* table, bool borrowed)
     : mError(0),
@@ -68,13 +76,16 @@ Config::Config(types::Stringtable* table, bool borrowed)
       mTable(table),
       mBorrowed(borrowed && table != nullptr),
       mRoot(nullptr),
-      mParser(nullptr) {
+      mParser(nullptr),
+      mArena(nullptr) {
   if (mTable == nullptr) mTable = new types::Stringtable();
 }
 
 Config::~Config() {
   if (mParser != nullptr) XML_ParserFree(mParser);
+  for (Node* node : mPending) delete node;
   delete mRoot;
+  if (mArena != nullptr) mArena->drop();
   if (!mBorrowed) delete mTable;
 }
 
@@ -88,6 +99,15 @@ void Config::setup() {
   delete mRoot;
   mRoot = nullptr;
   mStack.clear();
+  mPending.clear();
+  mOpened.clear();
+  // The blocks of the previous tree are taken again unless some of its nodes are still alive
+  // (a released root, a detached subtree): those keep the old arena to themselves.
+  if (mArena != nullptr && !mArena->reset()) {
+    mArena->drop();
+    mArena = nullptr;
+  }
+  if (mArena == nullptr) mArena = NodeArena::create();
   mError = 0;
   if (mParser != nullptr) XML_ParserFree(mParser);
   mParser = XML_ParserCreateNS(nullptr, '\t');
@@ -104,11 +124,18 @@ void Config::setup() {
 void Config::finishParse(bool ok) {
   if (mParser != nullptr) XML_ParserFree(mParser);
   mParser = nullptr;
-  mStack.clear();
-  if (!ok) {
+  if (ok) {
+    // A document cut short after its last complete line leaves elements open: they keep
+    // what was read of them.
+    while (!mStack.empty()) EndElement();
+  } else {
+    for (Node* node : mPending) delete node;
     delete mRoot;
     mRoot = nullptr;
   }
+  mStack.clear();
+  mPending.clear();
+  mOpened.clear();
 }
 
 bool Config::Parse(std::istream& in) {
@@ -185,27 +212,56 @@ char const* Config::GetParseError() const {
 }
 
 void Config::ParseName(char const* text, int& ns, int& name) {
-  char const* tab = strchr(text, '\t');
+  // Names differ early or late, seldom only in the middle: length and the first and last
+  // eight bytes make the hash. Two slots per hash keep a colliding pair from evicting each
+  // other on every element.
+  size_t size = strlen(text);
+  uint64_t head = 0;
+  uint64_t tail = 0;
+  if (size >= 8) {
+    memcpy(&head, text, 8);  // fixed-size copies are single loads
+    memcpy(&tail, text + size - 8, 8);
+  } else {
+    for (size_t i = 0; i < size; ++i) head = head << 8 | static_cast<unsigned char>(text[i]);
+  }
+  uint64_t mixed = head * 0x9E3779B97F4A7C15ull ^ (tail + size) * 0xC2B2AE3D27D4EB4Full;
+  size_t index = static_cast<size_t>(mixed >> 58) & (NameCache::kSlots - 2);
+  if (!mNames) mNames.reset(new NameCache());
+  for (size_t way = 0; way < 2; ++way) {
+    NameCache::Slot const& slot = mNames->slots[index + way];
+    if (slot.name != 0 && slot.text.size() == size && memcmp(slot.text.data(), text, size) == 0) {
+      ns = slot.ns;
+      name = slot.name;
+      return;
+    }
+  }
+  // A free slot of the pair, else the first.
+  if (mNames->slots[index].name != 0 && mNames->slots[index + 1].name == 0) ++index;
+  NameCache::Slot& slot = mNames->slots[index];
+  char const* tab = static_cast<char const*>(memchr(text, '\t', size));
   if (tab == nullptr) {
     ns = 0;
     name = mTable->Add(text);
-    return;
-  }
-  // The caller's text stays untouched: the URI is split off into a copy, on the stack when
-  // it is of a usual length.
-  size_t length = static_cast<size_t>(tab - text);
-  char local[256];
-  std::string heap;
-  char const* uri = local;
-  if (length < sizeof local) {
-    memcpy(local, text, length);
-    local[length] = '\0';
   } else {
-    heap.assign(text, length);
-    uri = heap.c_str();
+    // The caller's text stays untouched: the URI is split off into a copy, on the stack when
+    // it is of a usual length.
+    size_t length = static_cast<size_t>(tab - text);
+    char local[256];
+    std::string heap;
+    char const* uri = local;
+    if (length < sizeof local) {
+      memcpy(local, text, length);
+      local[length] = '\0';
+    } else {
+      heap.assign(text, length);
+      uri = heap.c_str();
+    }
+    ns = mTable->Add(uri);
+    name = mTable->Add(tab + 1);
   }
-  ns = mTable->Add(uri);
-  name = mTable->Add(tab + 1);
+  slot.text.assign(text, size);
+  slot.ns = ns;
+  slot.name = name;
 }
 
 void Config::StartNamespace(char const* uri) {
@@ -214,12 +270,12 @@ void Config::StartNamespace(char const* uri) {
 }
 
 void Config::StartElement(char const* name, char const** attributes) {
-  int line = mParser != nullptr ? static_cast<int>(XML_GetCurrentLineNumber(mParser))
-                                : mLineOverride;
+  int line =
+      mParser != nullptr ? static_cast<int>(XML_GetCurrentLineNumber(mParser)) : mLineOverride;
   int ns = 0;
   int id = 0;
   ParseName(name, ns, id);
-  std::unique_ptr<Element> element(new Element(ns, id, line));
+  std::unique_ptr<Element> element(new (mArena) Element(ns, id, line));
   size_t count = 0;
   while (attributes != nullptr && attributes[2 * count] != nullptr) ++count;
   element->mAttributes.reserve(count);
@@ -227,22 +283,31 @@ void Config::StartElement(char const* name, char const** attributes) {
     int attributeNs = 0;
     int attributeName = 0;
     ParseName(a[0], attributeNs, attributeName);
-    element->mAttributes.push_back(
-        new Node(Node::kNamed, attributeNs, attributeName, 0, a[1] != nullptr ? a[1] : ""));
+    element->mAttributes.push_back(new (mArena) Node(Node::kNamed, attributeNs, attributeName, 0,
+                                                     a[1] != nullptr ? a[1] : ""));
   }
   if (mRoot == nullptr) {
     mRoot = element.get();
   } else {
     if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
     if (mStack.empty()) return;  // a second document element; Expat refuses it anyway
-    appendChild(static_cast<Element*>(mStack.back()), element.get());
+    mPending.push_back(element.get());
   }
   mStack.push_back(element.release());
+  mOpened.push_back(mPending.size());
 }
 
+// Children wait in mPending until their element closes, so that each child list is
+// allocated once at its final size.
 void Config::EndElement() {
   if (!mStack.empty() && mStack.back()->isText()) mStack.pop_back();
-  if (!mStack.empty()) mStack.pop_back();
+  if (mStack.empty()) return;
+  Element* element = static_cast<Element*>(mStack.back());
+  size_t first = mOpened.back();
+  element->mChildren.assign(mPending.begin() + static_cast<std::ptrdiff_t>(first), mPending.end());
+  mPending.resize(first);
+  mOpened.pop_back();
+  mStack.pop_back();
 }
 
 void Config::CharData(char const* data, int length) {
@@ -252,9 +317,10 @@ void Config::CharData(char const* data, int length) {
     top->mValue.append(data, static_cast<size_t>(length));
     return;
   }
-  Node* text = new Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length)));
-  appendChild(static_cast<Element*>(top), text);
-  mStack.push_back(text);
+  std::unique_ptr<Node> text(
+      new (mArena) Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length))));
+  mPending.push_back(text.get());
+  mStack.push_back(text.release());
 }
 
 int Config::prefixOf(int ns) const {
