@@ -35,10 +35,13 @@ class CORVANE_EXPORT Base {
   Base(Base const&) = delete;
   Base& operator=(Base const&) = delete;
 
-  // Waits without a time limit for the input descriptor or the wake-up pipe, retrying after
-  // signals. Returns the next input byte (0..255), or -1 (end of input) when the pipe was
-  // written to (one wake-up byte is consumed per such -1), the input hung up or failed.
-  // Never reads more than one byte, so type-ahead stays in the terminal for the next reader.
+  // Returns the next input byte (0..255). When none is buffered, waits without a time limit
+  // for the input descriptor or the wake-up pipe, retrying after signals, and reads what is
+  // waiting (up to `kBufferSize` bytes) at once, so that a paste costs one system call per
+  // chunk instead of one per byte. Bytes typed ahead of a finished line stay here for the
+  // next `get`; a program that reads the terminal between two lines does not see them.
+  // Returns -1 (end of input) when the pipe was written to (one wake-up byte is consumed per
+  // such -1), or the input hung up or failed.
   virtual int Read();
   // Writes `count` bytes; returns the number written or -1 on failure.
   virtual int Write(unsigned char const* data, int count) = 0;
@@ -51,10 +54,9 @@ class CORVANE_EXPORT Base {
 
   // One byte through `Read`: 0..255, or -1 at end of input.
   int GetChar() { return Read(); }
-  // True when input bytes are known to be waiting, so `Read` will not block. The editor
-  // holds back its screen output while this is true, which keeps a paste to one write per
-  // chunk instead of one per byte.
-  bool HasPending() const { return mPending > 0; }
+  // True when input bytes are buffered, so `Read` will not block. The editor holds back its
+  // screen output while this is true, which keeps a paste to one write per chunk.
+  bool HasPending() const { return mNext < mFilled; }
   // Makes the blocked (or the next) `Read` return -1. Any thread; async-signal-safe.
   void Wake();
 
@@ -63,8 +65,11 @@ class CORVANE_EXPORT Base {
   int mPipe[2];
   int mIn;
   int mOut;
-  // Input bytes the kernel reported readable and not yet read.
-  int mPending;
+  // Input read ahead and not yet handed out.
+  static constexpr int kBufferSize = 4096;
+  unsigned char mBuffer[kBufferSize];
+  int mNext;
+  int mFilled;
 };
 
 // `Base` on a terminal: termios modes and the window size through the input descriptor.

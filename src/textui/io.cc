@@ -15,7 +15,7 @@ namespace corvane {
 namespace textui {
 namespace io {
 
-Base::Base(int in, int out) : mPipe{-1, -1}, mIn(in), mOut(out), mPending(0) {
+Base::Base(int in, int out) : mPipe{-1, -1}, mIn(in), mOut(out), mBuffer(), mNext(0), mFilled(0) {
   if (pipe2(mPipe, O_CLOEXEC) != 0) mPipe[0] = mPipe[1] = -1;
 }
 
@@ -34,34 +34,30 @@ void Base::Wake() {
 }
 
 int Base::Read() {
-  if (mPending <= 0) {
-    pollfd fds[2] = {{mIn, POLLIN | POLLPRI, 0}, {mPipe[0], POLLIN | POLLPRI, 0}};
-    for (;;) {
-      int n = poll(fds, 2, -1);
-      if (n >= 0) break;
-      if (errno != EINTR) return -1;
-    }
-    if (fds[1].revents != 0) {
-      unsigned char wake;
-      ssize_t got = read(mPipe[0], &wake, 1);
-      (void)got;
-      return -1;
-    }
-    if ((fds[0].revents & (POLLIN | POLLPRI)) == 0) return -1;
-    // Knowing how much is waiting lets the editor batch its output during a paste.
-    int waiting = 0;
-    mPending = ioctl(mIn, FIONREAD, &waiting) == 0 && waiting > 0 ? waiting : 1;
-  }
-  unsigned char c;
+  if (mNext < mFilled) return mBuffer[mNext++];
+  pollfd fds[2] = {{mIn, POLLIN | POLLPRI, 0}, {mPipe[0], POLLIN | POLLPRI, 0}};
   for (;;) {
-    ssize_t n = read(mIn, &c, 1);
-    if (n == 1) break;
-    if (n < 0 && errno == EINTR) continue;
-    mPending = 0;
+    int n = poll(fds, 2, -1);
+    if (n >= 0) break;
+    if (errno != EINTR) return -1;
+  }
+  if (fds[1].revents != 0) {
+    unsigned char wake;
+    ssize_t got = read(mPipe[0], &wake, 1);
+    (void)got;
     return -1;
   }
-  --mPending;
-  return c;
+  if ((fds[0].revents & (POLLIN | POLLPRI)) == 0) return -1;
+  for (;;) {
+    ssize_t n = read(mIn, mBuffer, sizeof mBuffer);
+    if (n > 0) {
+      mNext = 1;
+      mFilled = static_cast<int>(n);
+      return mBuffer[0];
+    }
+    if (n < 0 && errno == EINTR) continue;
+    return -1;
+  }
 }
 
 int tty::Write(unsigned char const* data, int count) {
