@@ -12,6 +12,7 @@ packages=(
   libpcre3-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   iproute2 ipcalc-ng util-linux
+  tmux
 )
 
 missing=()
