@@ -107,208 +107,105 @@ std::string const B3 = "\b\b\b", B4 = B3 + "\b", B5 = B4 + "\b", B6 = B5 + "\b",
 
 struct Case {
   char const* name;
-  int flags, cols;
   std::vector<std::string> lines;  // keys of successive `get` calls
-  std::string line, bytes;         // result of the last one
+  std::string line, bytes;         // result of the last one ("*": bytes not compared)
 };
 
-void check(std::vector<Case> const& cases) {
+void check(std::vector<Case> const& cases, int flags = 0, int cols = 80) {
   for (Case const& c : cases) {
-    Term t(c.flags, c.cols);
+    Term t(flags, cols);
     Typed r{};
     for (std::string const& keys : c.lines) r = t.type(keys);
     EXPECT_TRUE(r.ok) << c.name;
     EXPECT_EQ(c.line, r.line) << c.name;
-    if (c.bytes != "*") {
-      EXPECT_EQ(c.bytes, r.bytes) << c.name;
-    }
+    EXPECT_TRUE(c.bytes == "*" || c.bytes == r.bytes)
+        << c.name << ": " << ::testing::PrintToString(r.bytes);
     EXPECT_TRUE(t.restored()) << c.name;
   }
 }
 
+// clang-format off
 TEST(EditorTest, Movement) {
   check({
-      {"chars", 0, 80, {"abc\x02\x02X\r"}, "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
-      {"line ends",
-       0,
-       80,
-       {"ab cd\x01\x06Z\x05!\r"},
-       "aZb cd!",
-       "> ab cd" + B5 + "aZb cd" + B4 + "b cd!\r\n"},
-      {"words",
-       0,
-       80,
-       {"foo bar-baz\x1b"
-        "b\x1b"
-        "b\x1b"
-        "fX\r"},
-       "foo barX-baz",
-       "> foo bar-baz" + B7 + "barX-baz" + B4 + "-baz\r\n"},
-      {"to char", 0, 80, {"a,b,c\x01\x1d,\x1d,Q\r"}, "a,bQ,c", "> a,b,c" + B5 + "a,bQ,c\b\b,c\r\n"},
-      {"exchange", 0, 80, {"abc\x1b \x01\x18X\r"}, "abcX", "> abc" + B3 + "abcX\r\n"},
-      {"wraps at the width",
-       0,
-       10,
-       {"abcdefgh\x02X\r"},
-       "abcdefgXh",
-       "> abcdefgh \b\r\033[1A\033[9CXh\bh\r\n"},
-      {"redisplay", 0, 80, {"ab\x02\x0c\r"}, "ab", "> ab\bb\r\n> ab\bb\r\n"},
-      {"caret, quote", 0, 80, {"a\x16\x01\x16\x7f\x02\r"}, "a\x01\x7f", "> a^A^?\b\b^?\r\n"},
+      {"chars", {"abc\2\2X\r"}, "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
+      {"line ends", {"ab cd\1\6Z\5!\r"}, "aZb cd!", "> ab cd" + B5 + "aZb cd" + B4 + "b cd!\r\n"},
+      {"words", {"foo bar-baz\033b\033b\033fX\r"}, "foo barX-baz", "> foo bar-baz" + B7 + "barX-baz" + B4 + "-baz\r\n"},
+      {"to char", {"a,b,c\1\35,\35,Q\r"}, "a,bQ,c", "> a,b,c" + B5 + "a,bQ,c\b\b,c\r\n"},
+      {"exchange", {"abc\033 \1\30X\r"}, "abcX", "> abc" + B3 + "abcX\r\n"},
+      {"redisplay", {"ab\2\14\r"}, "ab", "> ab\bb\r\n> ab\bb\r\n"},
+      {"caret, quote", {"a\26\1\26\177\2\r"}, "a\1\177", "> a^A^?\b\b^?\r\n"},
   });
+  check({{"wraps at the width", {"abcdefgh\2X\r"}, "abcdefgXh", "> abcdefgh \b\r\033[1A\033[9CXh\bh\r\n"}}, 0, 10);
 }
 
 TEST(EditorTest, KillAndYank) {
   check({
-      {"kill line, yank",
-       0,
-       80,
-       {"hello world\x1b"
-        "b\x0b\x01\x19\r"},
-       "worldhello ",
+      {"kill line, yank", {"hello world\033b\13\1\31\r"}, "worldhello ",
        "> hello world" + B5 + "     " + B5 + B6 + "worldhello " + B6 + "hello \r\n"},
-      {"kill character",
-       0,
-       80,
-       {"abc def\x15xy\r"},
-       "xy",
-       "> abc def" + B7 + "       " + B7 + "xy\r\n"},
-      {"backward words",
-       0,
-       80,
-       {"one two three\x1b\x7f\x1b\x08\x19\r"},
-       "one two ",
+      {"kill character", {"abc def\25xy\r"}, "xy", "> abc def" + B7 + "       " + B7 + "xy\r\n"},
+      {"backward words", {"one two three\033\177\033\10\31\r"}, "one two ",
        "> one two three" + B5 + "     " + B5 + B4 + "    " + B4 + "two \r\n"},
-      {"delete word, chars",
-       0,
-       80,
-       {"abc def\x01\x1b"
-        "d\x04\x7fZ\r"},
-       "Zdef",
+      {"delete word, chars", {"abc def\1\033d\4\177Z\r"}, "Zdef",
        "> abc def" + B7 + " def   " + B7 + "def " + B4 + "Zdef" + B3 + "def\r\n"},
-      {"wipe region",
-       0,
-       80,
-       {"abcdef\x02\x02\x1b \x01\x17\x05\x19\r"},
-       "efabcd",
-       "> abcdef" + B6 + "ef    " + B6 + "efabcd\r\n"},
-      {"copy region", 0, 80, {"ab\x1b cd\x1bw\x19\r"}, "abcdcd", "> abcdcd\r\n"},
+      {"wipe region", {"abcdef\2\2\033 \1\27\5\31\r"}, "efabcd", "> abcdef" + B6 + "ef    " + B6 + "efabcd\r\n"},
+      {"copy region", {"ab\033 cd\033w\31\r"}, "abcdcd", "> abcdcd\r\n"},
   });
 }
 
 TEST(EditorTest, CaseAndTranspose) {
   check({
-      {"upcase",
-       0,
-       80,
-       {"hello world\x01\x1bu\r"},
-       "HELLO world",
-       "> hello world" + rep('\b', 11) + "HELLO world\r\n"},
-      {"downcase",
-       0,
-       80,
-       {"ABC DEF\x1b"
-        "b\x1bl\r"},
-       "ABC def",
-       "> ABC DEF\b\b\bdef\r\n"},
-      {"inside a word", 0, 80, {"hello\x02\x02\x1bu\r"}, "helLO", "> hello\b\bLO\r\n"},
-      {"no word left", 0, 80, {"abc \x1bu\r"}, "abc ", "> abc \a\r\n"},
-      {"transpose inside", 0, 80, {"abcd\x02\x02\x14\r"}, "acbd", "> abcd\b\b\bcbd\r\n"},
-      {"transpose at end", 0, 80, {"abcd\x14\r"}, "abdc", "> abcd\b\bdc\r\n"},
-      {"transpose at start", 0, 80, {"ab\x01\x14\r"}, "ab", "> ab\b\b\aab\r\n"},
+      {"upcase", {"hello world\1\033u\r"}, "HELLO world", "> hello world" + rep('\b', 11) + "HELLO world\r\n"},
+      {"downcase", {"ABC DEF\033b\033l\r"}, "ABC def", "> ABC DEF\b\b\bdef\r\n"},
+      {"inside a word", {"hello\2\2\033u\r"}, "helLO", "> hello\b\bLO\r\n"},
+      {"no word left", {"abc \033u\r"}, "abc ", "> abc \a\r\n"},
+      {"transpose inside", {"abcd\2\2\24\r"}, "acbd", "> abcd\b\b\bcbd\r\n"},
+      {"transpose at end", {"abcd\24\r"}, "abdc", "> abcd\b\bdc\r\n"},
+      {"transpose at start", {"ab\1\24\r"}, "ab", "> ab\b\b\aab\r\n"},
   });
 }
 
 TEST(EditorTest, MetaCounts) {
   check({
-      {"insert",
-       0,
-       80,
-       {"\x1b"
-        "3x\r"},
-       "xxx",
-       "> xxx\r\n"},
-      {"backward",
-       0,
-       80,
-       {"abcdef\x1b"
-        "4\x02Z\r"},
-       "abZcdef",
-       "> abcdef" + B4 + "Zcdef" + B4 + "cdef\r\n"},
-      {"delete",
-       0,
-       80,
-       {"abcdef\x01\x1b"
-        "2\x04\r"},
-       "cdef",
-       "> abcdef" + B6 + "cdef  " + B6 + "cdef\r\n"},
-      {"case words",
-       0,
-       80,
-       {"aa bb cc\x01\x1b"
-        "2\x1bu\r"},
-       "AA BB cc",
-       "> aa bb cc" + rep('\b', 8) + "AA BB cc\r\n"},
-      {"erase, then no count",
-       0,
-       80,
-       {"abcd\x1b"
-        "2\x7fx\r"},
-       "abx",
-       "> abcd\b\b  \b\bx\r\n"},
-      {"upper case beeps", 0, 80, {"\x1bQa\r"}, "a", "> \aa\r\n"},
-      {"unbound beeps", 0, 80, {"\x1bza\r"}, "a", "> \aa\r\n"},
-      {"meta characters", 1, 80, {"ab\x01\xe6X\x16\xe1\r"}, "abX\xe1", "> ab\b\babXMa\r\n"},
+      {"insert", {"\0333x\r"}, "xxx", "> xxx\r\n"},
+      {"backward", {"abcdef\0334\2Z\r"}, "abZcdef", "> abcdef" + B4 + "Zcdef" + B4 + "cdef\r\n"},
+      {"delete", {"abcdef\1\0332\4\r"}, "cdef", "> abcdef" + B6 + "cdef  " + B6 + "cdef\r\n"},
+      {"case words", {"aa bb cc\1\0332\033u\r"}, "AA BB cc", "> aa bb cc" + rep('\b', 8) + "AA BB cc\r\n"},
+      {"erase, then no count", {"abcd\0332\177x\r"}, "abx", "> abcd\b\b  \b\bx\r\n"},
+      {"upper case beeps", {"\033Qa\r"}, "a", "> \aa\r\n"},
+      {"unbound beeps", {"\033za\r"}, "a", "> \aa\r\n"},
   });
+  check({{"meta characters", {"ab\1\346X\26\341\r"}, "abX\341", "> ab\b\babXMa\r\n"}}, 1);
 }
 
 TEST(EditorTest, ArrowsAndDelete) {
   check({
-      {"left, right", 0, 80, {"abc\x1b[D\x1b[DX\x1b[C\r"}, "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
-      {"application mode", 0, 80, {"abc\x1bOD\x1bODX\r"}, "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
-      {"delete", 0, 80, {"abc\x01\x1b[3~\r"}, "bc", "> abc" + B3 + "bc " + B3 + "bc\r\n"},
-      {"3 without tilde", 0, 80, {"abc\x01\x1b[3x\r"}, "abc", "> abc" + B3 + "abc\r\n"},
-      {"unknown", 0, 80, {"\x1b[Zq\r"}, "q", "> \aq\r\n"},
-      {"flag 4: bracket beeps", 4, 80, {"abc\x1b[D\r"}, "abcD", "> abc\aD\r\n"},
-      {"flag 4: meta map",
-       4,
-       80,
-       {"ab\x1b"
-        "b\r"},
-       "ab",
-       "> ab\b\bab\r\n"},
+      {"left, right", {"abc\033[D\033[DX\033[C\r"}, "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
+      {"application mode", {"abc\033OD\033ODX\r"}, "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
+      {"delete", {"abc\1\033[3~\r"}, "bc", "> abc" + B3 + "bc " + B3 + "bc\r\n"},
+      {"3 without tilde", {"abc\1\033[3x\r"}, "abc", "> abc" + B3 + "abc\r\n"},
+      {"unknown", {"\033[Zq\r"}, "q", "> \aq\r\n"},
   });
+  check({
+      {"flag 4: bracket beeps", {"abc\033[D\r"}, "abcD", "> abc\aD\r\n"},
+      {"flag 4: meta map", {"ab\033b\r"}, "ab", "> ab\b\bab\r\n"},
+  }, 4);
 }
 
 TEST(EditorTest, HistoryAndSearch) {
   std::string const search = "> \b\b  \b\bSearch: ";
   check({
-      {"previous", 0, 80, {"one\r", "two\r", "\x1b[A\x1b[A\r"}, "one", "> two" + B3 + "one\r\n"},
-      {"next restores edit", 0, 80, {"one\r", "ab\x10\x0e\r"}, "ab", "> ab\b\bone\b\b\bab \b\r\n"},
-      {"first, last", 0, 80, {"a\r", "b\r", "\x1b<\x1b>x\r"}, "x", "> a\b \bx\r\n"},
-      {"oldest beeps", 0, 80, {"a\r", "\x10\x10\r"}, "a", "> a\a\r\n"},
-      {"last argument", 0, 80, {"ls -l /tmp \r", "cd \x1b.\r"}, "cd /tmp", "> cd /tmp\r\n"},
-      {"search",
-       0,
-       80,
-       {"make all\r", "ls\r", "make test\r", "\x12mak\r\r"},
-       "make test",
+      {"previous", {"one\r", "two\r", "\033[A\033[A\r"}, "one", "> two" + B3 + "one\r\n"},
+      {"next restores edit", {"one\r", "ab\20\16\r"}, "ab", "> ab\b\bone\b\b\bab \b\r\n"},
+      {"first, last", {"a\r", "b\r", "\033<\033>x\r"}, "x", "> a\b \bx\r\n"},
+      {"oldest beeps", {"a\r", "\20\20\r"}, "a", "> a\a\r\n"},
+      {"last argument", {"ls -l /tmp \r", "cd \033.\r"}, "cd /tmp", "> cd /tmp\r\n"},
+      {"search", {"make all\r", "ls\r", "make test\r", "\22mak\r\r"}, "make test",
        search + "mak" + rep('\b', 11) + rep(' ', 11) + rep('\b', 11) + "> make test\r\n"},
-      {"search again",
-       0,
-       80,
-       {"make all\r", "ls\r", "make test\r",
-        "\x12mak\r\x12"
-        "ake\r\r"},
-       "make all",
-       "*"},
-      {"search fails",
-       0,
-       80,
-       {"ls\r", "\x12zz\r\r"},
-       "",
-       search + "zz" + rep('\b', 10) + rep(' ', 10) + rep('\b', 10) + "\a> \r\n"},
+      {"search again", {"make all\r", "ls\r", "make test\r", "\22mak\r\22ake\r\r"}, "make all", "*"},
+      {"search fails", {"ls\r", "\22zz\r\r"}, "", search + "zz" + rep('\b', 10) + rep(' ', 10) + rep('\b', 10) + "\a> \r\n"},
   });
 }
+// clang-format on
 
 TEST(EditorTest, HistoryKeepsNonEmptyDistinctLinesUpToCapacity) {
   Term t(0);
