@@ -13,6 +13,7 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   iproute2 ipcalc-ng util-linux
   doxygen
+  tmux
 )
 
 missing=()
