@@ -41,7 +41,7 @@ class CORVANE_EXPORT Node {
   bool isText() const { return mKind == kText; }
 
   /// Nodes of parsed trees live in per-document arenas, all others on the heap. Create nodes
-  /// with plain `new` and free either kind with plain `delete` (never `::new`/`::delete`), from
+  /// with plain `new` and free either kind with plain `delete` (never the global operators), from
   /// any thread. An arena's memory goes back once the last node parsed into it is deleted.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, NodeArena* arena);
