@@ -41,6 +41,11 @@ StructValue* withMembers(StructValue* object, std::initializer_list<std::string>
   return object;
 }
 
+// An object with the given simple members and, unless `addresses` is null, an "ip" structure.
+StructValue* obj(Members simple, std::initializer_list<std::string> const* addresses) {
+  return addresses ? withIp(record(simple), *addresses) : record(simple);
+}
+
 // Interface objects by type and name, served by the fake configuration manager.
 using World = std::map<std::string, std::map<std::string, std::shared_ptr<StructValue>>>;
 
@@ -102,17 +107,16 @@ class InterfaceValidatorsTest : public ::testing::Test {
 
 struct Case {
   char const* what;
-  Value* value;  // owned by the loop
-  bool ok;
-  char const* message;
+  Value* value;         // owned by the loop
+  char const* message;  // "" when valid
 };
 
 void check(Base const& validator, std::initializer_list<Case> cases) {
   for (Case const& c : cases) {
     SCOPED_TRACE(c.what);
     std::unique_ptr<Value> value(c.value);
-    EXPECT_EQ(c.ok, validator.Valid(value.get()));
-    if (!c.ok) {
+    EXPECT_EQ(*c.message == '\0', validator.Valid(value.get()));
+    if (*c.message != '\0') {
       EXPECT_EQ(c.message, validator.message());
     }
   }
@@ -120,49 +124,43 @@ void check(Base const& validator, std::initializer_list<Case> cases) {
 
 char const* const kExec = "@cli_gen_execution_error";
 char const* const kNotUnique = "@network_validation_interface_name_is_not_unique";
+std::initializer_list<std::string> const kOne{"10.0.5.1/24"};
 
 TEST_F(InterfaceValidatorsTest, Ethernet) {
-  testing::setStandInResult("nicctlw.sh", 33, "");
   auto eth5 = [](char const* admin, char const* mode) {
-    return withIp(record({{"name", "eth5"}, {"AdminState", admin}, {"mode", mode}}),
-                  {"10.0.5.1/24"});
+    return obj({{"name", "eth5"}, {"AdminState", admin}, {"mode", mode}}, &kOne);
   };
+  std::initializer_list<std::string> const taken4{"10.0.5.1/24", "10.0.1.1/16"},
+      vlan{"10.0.10.1/24"}, six{"10.0.5.1/24", "fe80::1/64"}, own{"10.0.0.1/24"};
   EthernetInterfaceValidator v("ethernet-interface");
-  check(v, {{"unsupported mode", eth5("Disabled", "10-half"), false,
+  testing::setStandInResult("nicctlw.sh", 33, "");
+  check(v, {{"unsupported mode", eth5("Disabled", "10-half"),
              "The mode 10-half is not supported by the ethernet interface eth5."}});
-  EXPECT_EQ(std::vector<Args>({{"testmode", "eth5", "10-half"}}),
-            testing::standInCalls("nicctlw.sh"));
+  EXPECT_EQ("testmode eth5 10-half", testing::joined(testing::standInCalls("nicctlw.sh")));
   testing::setStandInResult("nicctlw.sh", 34, "");
-  check(v, {{"modes unknown", eth5("Disabled", "10-half"), true, ""}});
+  check(v, {{"modes unknown", eth5("Disabled", "10-half"), ""}});
   testing::setStandInResult("nicctlw.sh", -1, "");
+  // clang-format off
   check(v, {
-               {"not a structure", testing::simple("eth0"), false, kExec},
-               {"no name", record({{"AdminState", "Enabled"}}), false, kExec},
-               {"no AdminState", record({{"name", "eth5"}}), false, kExec},
-               {"enabled aggregate member", record({{"name", "eth1"}, {"AdminState", "enabled"}}),
-                false,
-                "The ethernet interface eth1 cannot be enabled because it is a member of the "
-                "aggregate interface bond0."},
-               {"capitals are not enabled",
-                withIp(record({{"name", "eth0"}, {"AdminState", "ENABLED"}, {"mode", "auto"}}),
-                       {"10.0.0.1/24"}),
-                true, ""},
-               {"no mode", record({{"name", "eth5"}, {"AdminState", "Disabled"}}), false, kExec},
-               {"no ip", record({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mode", "auto"}}),
-                false, kExec},
-               {"address of another ethernet",
-                withIp(record({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}),
-                       {"10.0.5.1/24", "10.0.1.1/16"}),
-                false, "The IP address 10.0.1.1 is already assigned to the interface eth1."},
-               {"address of a vlan",
-                withIp(record({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mode", "auto"}}),
-                       {"10.0.10.1/24"}),
-                false, "The IP address 10.0.10.1 is already assigned to the interface vlan10."},
-               {"small mtu with IPv6",
-                withIp(record({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mtu", "1279"}}),
-                       {"10.0.5.1/24", "fe80::1/64"}),
-                false, "@network_validation_mtu_too_small"},
-           });
+      {"not a structure", testing::simple("eth0"), kExec},
+      {"no AdminState", obj({{"name", "eth5"}, {"mode", "auto"}}, &kOne), kExec},
+      {"no mode", obj({{"name", "eth5"}, {"AdminState", "Disabled"}}, &kOne), kExec},
+      {"no ip", obj({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mode", "auto"}}, nullptr), kExec},
+      {"enabled aggregate member", obj({{"name", "eth1"}, {"AdminState", "enabled"}}, nullptr),
+       "The ethernet interface eth1 cannot be enabled because it is a member of the aggregate "
+       "interface bond0."},
+      {"capitals are not enabled",
+       obj({{"name", "eth0"}, {"AdminState", "ENABLED"}, {"mode", "auto"}}, &own), ""},
+      {"address of another ethernet",
+       obj({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}, &taken4),
+       "The IP address 10.0.1.1 is already assigned to the interface eth1."},
+      {"address of a vlan", obj({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mode", "auto"}}, &vlan),
+       "The IP address 10.0.10.1 is already assigned to the interface vlan10."},
+      {"small mtu with IPv6",
+       obj({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mtu", "1279"}}, &six),
+       "@network_validation_mtu_too_small"},
+  });
+  // clang-format on
 }
 
 TEST_F(InterfaceValidatorsTest, MTURule) {
@@ -185,101 +183,84 @@ TEST_F(InterfaceValidatorsTest, MTURule) {
 }
 
 TEST_F(InterfaceValidatorsTest, VLAN) {
-  auto vlan = [](char const* name, char const* sub, char const* id) {
-    return withIp(record({{"name", name}, {"sub-interface", sub}, {"vlan-identifier", id}}),
-                  {"10.0.11.1/24"});
+  std::initializer_list<std::string> const own{"10.0.10.1/24"}, fresh{"10.0.11.1/24"};
+  auto vlan = [&](char const* name, char const* sub, char const* id) {
+    return obj({{"name", name}, {"sub-interface", sub}, {"vlan-identifier", id}},
+               std::string(name) == "vlan10" ? &own : &fresh);
   };
-  VLANInterfaceValidator v("vlan-interface");
-  check(
-      v,
-      {
-          {"ethernet name", vlan("eth1", "eth2", "11"), false, kNotUnique},
-          {"aggregate name", vlan("bond0", "eth2", "11"), false, kNotUnique},
-          {"no sub-interface", record({{"name", "vlan11"}, {"vlan-identifier", "11"}}), false,
-           kExec},
-          {"no identifier", record({{"name", "vlan11"}, {"sub-interface", "eth2"}}), false, kExec},
-          {"same pair", vlan("vlan11", "eth2", "10"), false,
-           "The VLAN interface vlan11 duplicates another VLAN on eth2 with the VLAN "
-           "identifier 10."},
-          {"identifiers compared as text", vlan("vlan11", "eth2", "010"), true, ""},
-          {"itself unchanged",
-           withIp(
-               record({{"name", "vlan10"}, {"sub-interface", "eth2"}, {"vlan-identifier", "10"}}),
-               {"10.0.10.1/24"}),
-           true, ""},
-          {"no ip",
-           record({{"name", "vlan11"}, {"sub-interface", "eth2"}, {"vlan-identifier", "11"}}),
-           false, kExec},
-      });
+  // clang-format off
+  check(VLANInterfaceValidator("vlan-interface"), {
+      {"ethernet name", vlan("eth1", "eth2", "11"), kNotUnique},
+      {"aggregate name", vlan("bond0", "eth2", "11"), kNotUnique},
+      {"no sub-interface", obj({{"name", "vlan11"}, {"vlan-identifier", "11"}}, &fresh), kExec},
+      {"no identifier", obj({{"name", "vlan11"}, {"sub-interface", "eth2"}}, &fresh), kExec},
+      {"same pair", vlan("vlan11", "eth2", "10"),
+       "The VLAN interface vlan11 duplicates another VLAN on eth2 with the VLAN identifier 10."},
+      {"identifiers compared as text", vlan("vlan11", "eth2", "010"), ""},
+      {"itself unchanged", vlan("vlan10", "eth2", "10"), ""},
+      {"no ip", obj({{"name", "vlan11"}, {"sub-interface", "eth2"}, {"vlan-identifier", "11"}},
+                    nullptr), kExec},
+  });
+  // clang-format on
 }
 
 TEST_F(InterfaceValidatorsTest, Aggregate) {
   auto bond = [](Members simple, std::initializer_list<std::string> members) {
     return withIp(withMembers(record(simple), members), {"10.0.3.1/24"});
   };
-  AggregateInterfaceValidator v("aggregate-interface");
-  check(
-      v,
-      {
-          {"ethernet name", bond({{"name", "eth3"}}, {}), false, kNotUnique},
-          {"vlan name", bond({{"name", "vlan10"}}, {}), false, kNotUnique},
-          {"lacp without selection logic",
-           bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"transmit-hash-policy", "l2"}},
-                {}),
-           false, "@network_validation_lacp_selection_logic_not_specified"},
-          {"lacp without hash policy",
-           bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"lacp-selection-logic", "s"}},
-                {}),
-           false, "@network_validation_lacp_transmit_hash_policy_not_specified"},
-          {"active-backup without primary",
-           bond({{"name", "bond1"}, {"aggregation-policy", "active-backup"}}, {"eth3"}), false,
-           "@network_validation_primary_member_not_specified"},
-          {"primary not a member",
-           bond({{"name", "bond1"},
-                 {"aggregation-policy", "active-backup"},
-                 {"primary-member", "eth3"}},
-                {}),
-           false, "The primary member eth3 is not one of the members of the aggregate interface."},
-          {"no member list", withIp(record({{"name", "bond1"}}), {}), false, kExec},
-          {"member of another aggregate", bond({{"name", "bond1"}}, {"eth3", "eth1"}), false,
-           "The ethernet interface eth1 is already a member of the aggregate interface bond0."},
-          {"itself unchanged",
-           withIp(withMembers(record({{"name", "bond0"}}), {"eth0", "eth1"}), {"10.0.2.1/24"}),
-           true, ""},
-          {"active-backup complete",
-           bond({{"name", "bond1"},
-                 {"aggregation-policy", "active-backup"},
-                 {"primary-member", "eth3"}},
-                {"eth3"}),
-           true, ""},
-      });
+  char const* const ab = "active-backup";
+  // clang-format off
+  check(AggregateInterfaceValidator("aggregate-interface"), {
+      {"ethernet name", bond({{"name", "eth3"}}, {}), kNotUnique},
+      {"vlan name", bond({{"name", "vlan10"}}, {}), kNotUnique},
+      {"lacp without selection logic",
+       bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"transmit-hash-policy", "l2"}}, {}),
+       "@network_validation_lacp_selection_logic_not_specified"},
+      {"lacp without hash policy",
+       bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"lacp-selection-logic", "s"}}, {}),
+       "@network_validation_lacp_transmit_hash_policy_not_specified"},
+      {"active-backup without primary",
+       bond({{"name", "bond1"}, {"aggregation-policy", ab}}, {"eth3"}),
+       "@network_validation_primary_member_not_specified"},
+      {"primary not a member",
+       bond({{"name", "bond1"}, {"aggregation-policy", ab}, {"primary-member", "eth3"}}, {}),
+       "The primary member eth3 is not one of the members of the aggregate interface."},
+      {"no member list", withIp(record({{"name", "bond1"}}), {}), kExec},
+      {"member of another aggregate", bond({{"name", "bond1"}}, {"eth3", "eth1"}),
+       "The ethernet interface eth1 is already a member of the aggregate interface bond0."},
+      {"itself unchanged",
+       withIp(withMembers(record({{"name", "bond0"}}), {"eth0", "eth1"}), {"10.0.2.1/24"}), ""},
+      {"active-backup complete",
+       bond({{"name", "bond1"}, {"aggregation-policy", ab}, {"primary-member", "eth3"}}, {"eth3"}),
+       ""},
+  });
+  // clang-format on
 }
 
 TEST_F(InterfaceValidatorsTest, MemberAndSubInterfaceNames) {
-  check(VLANSubInterfaceNameValidator("sub-interface"),
-        {
-            {"not simple", new StructValue(), false, kExec},
-            {"unknown", testing::simple("eth9"), false,
-             "There is no ethernet or aggregate interface named eth9 to carry the VLAN."},
-            {"aggregate member", testing::simple("eth0"), false,
-             "The interface eth0 cannot carry a VLAN because it is a member of the aggregate "
-             "interface bond0."},
-            {"free ethernet", testing::simple("eth2"), true, ""},
-            {"aggregate", testing::simple("bond0"), true, ""},
-        });
-  check(EthernetInterfaceNameValidator("member"),
-        {
-            {"not simple", new ArrayValue(), false, kExec},
-            {"unknown", testing::simple("eth9"), false,
-             "The ethernet interface eth9 does not exist."},
-            {"enabled", testing::simple("eth2"), false,
-             "The ethernet interface eth2 must be disabled before it can become a member of an "
-             "aggregate interface."},
-            {"lower-case disabled", testing::simple("eth3"), false,
-             "The ethernet interface eth3 must be disabled before it can become a member of an "
-             "aggregate interface."},
-            {"disabled", testing::simple("eth1"), true, ""},
-        });
+  auto name = testing::simple;
+  char const* const mustDisable =
+      " must be disabled before it can become a member of an aggregate interface.";
+  // clang-format off
+  check(VLANSubInterfaceNameValidator("sub-interface"), {
+      {"not simple", new StructValue(), kExec},
+      {"unknown", name("eth9"),
+       "There is no ethernet or aggregate interface named eth9 to carry the VLAN."},
+      {"aggregate member", name("eth0"),
+       "The interface eth0 cannot carry a VLAN because it is a member of the aggregate interface "
+       "bond0."},
+      {"free ethernet", name("eth2"), ""},
+      {"aggregate", name("bond0"), ""},
+  });
+  check(EthernetInterfaceNameValidator("member"), {
+      {"not simple", new ArrayValue(), kExec},
+      {"unknown", name("eth9"), "The ethernet interface eth9 does not exist."},
+      {"enabled", name("eth2"), (std::string("The ethernet interface eth2") + mustDisable).c_str()},
+      {"lower-case disabled", name("eth3"),
+       (std::string("The ethernet interface eth3") + mustDisable).c_str()},
+      {"disabled", name("eth1"), ""},
+  });
+  // clang-format on
 }
 
 // Cheap checks come first, walks stop at the first match, and each object costs one request.
@@ -291,16 +272,12 @@ TEST_F(InterfaceValidatorsTest, RequestsPerCheck) {
   mManager.reset();
   serve();
   EXPECT_EQ("", checkForDupBaseAddr("eth0", "10.0.0.1"));
-  auto names = mManager.calls("getNamesofObject");
-  ASSERT_EQ(3u, names.size());
-  char const* order[] = {"ethernet-interface", "vlan-interface", "aggregate-interface"};
-  for (size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(
-        order[i],
-        testing::deserialize<cm::configManager_getNamesofObject_args>(names[i].args).objectType);
-  }
+  std::string order;
+  for (auto const& call : mManager.calls("getNamesofObject"))
+    order +=
+        testing::deserialize<cm::configManager_getNamesofObject_args>(call.args).objectType + " ";
+  EXPECT_EQ("ethernet-interface vlan-interface aggregate-interface ", order);
   EXPECT_EQ(5u, calls("queryObject"));  // every object but eth0 itself
-
   mManager.reset();
   serve();
   std::unique_ptr<StructValue> clash(withIp(
@@ -313,8 +290,8 @@ TEST_F(InterfaceValidatorsTest, RequestsPerCheck) {
 
 TEST_F(InterfaceValidatorsTest, ManagerDownRejectsQuickly) {
   mManager.stop();
-  std::unique_ptr<Value> ethernet(withIp(
-      record({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}), {"10.0.5.1/24"}));
+  std::unique_ptr<Value> ethernet(
+      obj({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}, &kOne));
   std::unique_ptr<Value> vlan(withIp(
       record({{"name", "vlan11"}, {"sub-interface", "eth2"}, {"vlan-identifier", "11"}}), {}));
   std::unique_ptr<Value> bond(withIp(withMembers(record({{"name", "bond1"}}), {"eth3"}), {}));
@@ -338,13 +315,10 @@ TEST_F(InterfaceValidatorsTest, ManagerDownRejectsQuickly) {
 }
 
 TEST_F(InterfaceValidatorsTest, TestModeAnswers) {
-  struct {
-    int scriptExit;
-    int result;
-  } const cases[] = {{-1, 0}, {33, 33}, {34, 34}, {1, 34}, {0, 0}};
+  int const cases[][2] = {{-1, 0}, {33, 33}, {34, 34}, {1, 34}, {0, 0}};  // script exit, result
   for (auto const& c : cases) {
-    testing::setStandInResult("nicctlw.sh", c.scriptExit, "");
-    EXPECT_EQ(c.result, diagnosticUtils::testMode("eth0", "1000-full")) << c.scriptExit;
+    testing::setStandInResult("nicctlw.sh", c[0], "");
+    EXPECT_EQ(c[1], diagnosticUtils::testMode("eth0", "1000-full")) << c[0];
   }
   testing::setStandInResult("nicctlw.sh", -1, "");
   EXPECT_EQ(std::vector<std::string>({"testmode", "eth0", "1000-full"}),

@@ -51,6 +51,23 @@ inline Lines traces(SyslogSink& sink) {
   return texts;
 }
 
+// Whether `lines` holds exactly `text`.
+inline bool has(Lines const& lines, std::string const& text) {
+  for (std::string const& line : lines)
+    if (line == text) return true;
+  return false;
+}
+
+// Recorded calls of a stand-in, arguments joined by " " and calls by "; ".
+inline std::string joined(std::vector<Args> const& calls) {
+  std::string text;
+  for (Args const& call : calls) {
+    if (&call != &calls.front()) text += "; ";
+    for (std::string const& arg : call) text += (&arg == &call.front() ? "" : " ") + arg;
+  }
+  return text;
+}
+
 // Temporary files of the validators that are still there.
 inline size_t leftoverFiles() {
   glob_t found;
