@@ -175,7 +175,11 @@ TEST_F(LoggerTest, TracePathAllocatesNothing) {
   received();
   before = gNewCalls.load();
   for (int i = 0; i < 10; ++i) log::trace(6, "emitted %d %s", i, "x");
-  Tracer("traced", "logger_test", __LINE__, 0x1).args("i %d", 3);
+  {
+    Tracer t("traced", "logger_test", __LINE__, 0x1);
+    t.args("i %d", 3);
+    t.result(5);
+  }
   EXPECT_EQ(gNewCalls.load() - before, 0);
   EXPECT_EQ(received().size(), 13u);
 }
