@@ -35,40 +35,36 @@ class CvConfigTest : public ::testing::Test {
 TEST_F(CvConfigTest, ReadsIntegers) {
   // Base 0; an empty value reads as 0; trailing characters (blanks too) and both extreme
   // int values give the default. Comments, key matching, first match wins.
-  Case const cases[] = {
-      {"n=0x10\n", 16},
-      {"n=010\n", 8},
-      {"n=  \t42\n", 42},
-      {"n=\n", 0},
-      {"n=12ms\n", 99},
-      {"n=12 \n", 99},
-      {"n=2147483646\n", 2147483646},
-      {"n=2147483647\n", 99},
-      {"n=-2147483647\n", -2147483647},
-      {"n=-2147483648\n", 99},
-      {"  # n=5\n\n   \nn=6\n", 6},
-      {"n =5\n", 99},
-      {"  N=7\n", 7},
-      {"Key=1\nkey=2\n", 1, "KEY"},
-      {"keys=1\nke=2\nkey=3\n", 3, "key"},
-      {"n=5", 5},
-  };
+  Case const cases[] = {{"n=0x10\n", 16},
+                        {"n=010\n", 8},
+                        {"n=  \t42\n", 42},
+                        {"n=\n", 0},
+                        {"n=12ms\n", 99},
+                        {"n=12 \n", 99},
+                        {"n=2147483646\n", 2147483646},
+                        {"n=2147483647\n", 99},
+                        {"n=-2147483647\n", -2147483647},
+                        {"n=-2147483648\n", 99},
+                        {"  # n=5\n\n   \nn=6\n", 6},
+                        {"n =5\n", 99},
+                        {"  N=7\n", 7},
+                        {"Key=1\nkey=2\n", 1, "KEY"},
+                        {"keys=1\nke=2\nkey=3\n", 3, "key"},
+                        {"n=5", 5},
+                        // Long lines are read in 127-character pieces, each its own line.
+                        {"n=" + std::string(200, '1') + "\n", 99},
+                        {std::string(127, 'x') + "n=11\n", 11},
+                        {std::string(126, ' ') + "n=13\n", 99}};
   for (Case const& c : cases) check(c, cvConfig__Get_int);
-  // Long lines are read in 127-character pieces, each its own line.
-  Case const longLines[] = {{"n=" + std::string(200, '1') + "\n", 99},
-                            {std::string(127, 'x') + "n=11\n", 11},
-                            {std::string(126, ' ') + "n=13\n", 99}};
-  for (Case const& c : longLines) check(c, cvConfig__Get_int);
   EXPECT_EQ(99, cvConfig__Get_int(nullptr, 99));
 }
 
 TEST_F(CvConfigTest, ReadsFlagsByTheirFirstLetter) {
-  Case const cases[] = {
-      {"f=Yes\n", 1, "f"},    {"f=TRUE\n", 1, "f"},  {"f=t\n", 1, "f"}, {"f=  y\n", 1, "f"},
-      {"f=no\n", 0, "f"},     {"f=false\n", 0, "f"}, {"F=N\n", 0, "f"}, {"f=Fx\n", 0, "f"},
-      {"f=on\n", 99, "f"},    {"f=1\n", 99, "f"},    {"f=\n", 99, "f"}, {"g=y\n", 99, "f"},
-      {"f=n\nf=y\n", 0, "f"},
-  };
+  Case const cases[] = {{"f=Yes\n", 1, "f"},   {"f=TRUE\n", 1, "f"}, {"f=t\n", 1, "f"},
+                        {"f=  y\n", 1, "f"},   {"f=no\n", 0, "f"},   {"f=false\n", 0, "f"},
+                        {"F=N\n", 0, "f"},     {"f=Fx\n", 0, "f"},   {"f=on\n", 99, "f"},
+                        {"f=1\n", 99, "f"},    {"f=\n", 99, "f"},    {"g=y\n", 99, "f"},
+                        {"f=n\nf=y\n", 0, "f"}};
   for (Case const& c : cases) check(c, cvConfig__Get_flag);
 }
 

@@ -75,13 +75,7 @@ TEST(ValueTest, OwnershipCopiesAndTheListForm) {
 
   ArrayValue array;
   array.append(text("0"));
-  std::string what;
-  try {
-    array.at(1);
-  } catch (std::out_of_range const& e) {
-    what = e.what();
-  }
-  EXPECT_EQ(0u, what.find("vector::_M_range_check")) << what;
+  EXPECT_THROW(array.at(1), std::out_of_range);
 
   // Clones are deep; the list form writes every kind, flag and closing name.
   Tree tree = build(kSample);

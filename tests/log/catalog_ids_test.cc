@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -52,18 +53,12 @@ Texts ownTexts(char const* locale) {
 // The "{n}" marks of a pattern, sorted so that translations may reorder them; `special` tells
 // whether anything else in it is special to a message pattern (apostrophes, other braces).
 std::string placeholders(std::string const& text, bool& special) {
+  static std::regex const mark("\\{[0-9]\\}");
   std::string marks;
-  special = text.find('\'') != std::string::npos;
-  for (size_t at = text.find_first_of("{}"); at != std::string::npos;
-       at = text.find_first_of("{}", at + 1)) {
-    bool mark = text.compare(at, 1, "{") == 0 && at + 2 < text.size() &&
-                isdigit(static_cast<unsigned char>(text[at + 1])) && text[at + 2] == '}';
-    special = special || !mark;
-    if (mark) {
-      marks += text.substr(at, 3);
-      at += 2;
-    }
+  for (std::sregex_iterator it(text.begin(), text.end(), mark), end; it != end; ++it) {
+    marks += it->str();
   }
+  special = std::regex_replace(text, mark, "").find_first_of("'{}") != std::string::npos;
   std::sort(marks.begin(), marks.end());
   return marks;
 }
@@ -77,14 +72,11 @@ TEST(CatalogIdsTest, EveryIdInTheSourcesHasAnEnglishText) {
     if (entry.path().extension() != ".cc" && entry.path().extension() != ".h") continue;
     ++files;
     std::ifstream in(path);
+    static std::regex const literal(R"re("((?:[^"\\]|\\.)*)")re");
     for (std::string line; std::getline(in, line);) {
-      for (size_t open = line.find('"'); open != std::string::npos;) {
-        size_t close = open + 1;
-        while (close < line.size() && line[close] != '"') close += line[close] == '\\' ? 2 : 1;
-        if (close >= line.size()) break;
-        std::string id = idOf(line.substr(open + 1, close - open - 1));
+      for (std::sregex_iterator it(line.begin(), line.end(), literal), end; it != end; ++it) {
+        std::string id = idOf((*it)[1]);
         EXPECT_TRUE(id.empty() || english.count(id)) << id << " (named in " << path << ")";
-        open = line.find('"', close + 1);
       }
     }
   }
@@ -98,9 +90,8 @@ TEST(CatalogIdsTest, RootRepeatsEnglishAndTranslationsKeepThePlaceholders) {
   for (char const* locale : {"en_US", "de_DE"}) {
     for (auto const& entry : ownTexts(locale)) {
       ASSERT_EQ(1u, english.count(entry.first)) << locale << " has an unknown id " << entry.first;
-      bool special = false, englishSpecial = false;
-      EXPECT_EQ(placeholders(english[entry.first], englishSpecial),
-                placeholders(entry.second, special))
+      bool special = false, ignored;
+      EXPECT_EQ(placeholders(english[entry.first], ignored), placeholders(entry.second, special))
           << locale << " " << entry.first;
       EXPECT_FALSE(special) << locale << " " << entry.first << ": " << entry.second;
     }

