@@ -8,7 +8,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
-tests=(services_callback_manager_test log_logger_test log_tracer_test)
+tests=(services_callback_manager_test log_logger_test)
 
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DCORVANE_TSAN=ON -DCORVANE_SANITIZE=OFF \
   -DCORVANE_TESTS=ON -DCORVANE_BENCH=OFF -DCORVANE_EXAMPLES=OFF >/dev/null
