@@ -31,7 +31,7 @@ namespace {
 using Lines = std::vector<std::string>;
 using Calls = std::vector<Lines>;
 namespace au = applianceUtils;
-using apache::thrift::transport::TTransportException;
+namespace cm = configManager;
 
 bool exists(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
 
@@ -96,32 +96,23 @@ TEST_F(ApplianceTest, ResetEmptiesTheConfigurationRestoresUsersAndReboots) {
   for (char const* const* path = au::resetFileList; *path; ++path) EXPECT_FALSE(exists(*path));
   EXPECT_TRUE(exists("/etc/corvane/config/sub/deep") && exists("/tmp/.networkManager/if"));
   EXPECT_EQ("<users>\n <user/>\n</users>\n", testing::readFile("/etc/corvane/users.xml"));
-  EXPECT_EQ((Calls{{"6"}}), testing::standInCalls("telinit"));
   EXPECT_EQ(Lines{"141 Reboot requested via runlevel 6\n"}, traces());
 
-  // Without the factory copy the users stay, and the reboot still comes.
+  // Without the factory copy the users stay; a failed reboot gives 3.
   testing::writeFile("/etc/corvane/users.xml.orig", nullptr);
-  EXPECT_EQ(0, reset(messages));
-  EXPECT_EQ((Lines{"cli_dev_user_not_reset", "cli_gen_print_ok"}), messages);
-  EXPECT_EQ("changed\n", testing::readFile("/etc/corvane/users.xml"));
-  EXPECT_EQ((Calls{{"6"}, {"6"}}), testing::standInCalls("telinit"));
-  EXPECT_EQ((Lines{"139 unable to access /etc/corvane/users.xml, or missing backup",
-                   "141 Reboot requested via runlevel 6\n"}),
-            traces());
-}
-
-TEST_F(ApplianceTest, ResetFailsOnRebootOrHeldLock) {
   testing::setStandInResult("telinit", 2, "");
-  Lines messages;
   EXPECT_EQ(3, reset(messages));
   testing::setStandInResult("telinit", -1, "");
-  EXPECT_FALSE(exists("/var/log/messages"));
   EXPECT_EQ(Lines{"cli_dev_user_not_reset"}, messages);
+  EXPECT_EQ("changed\n", testing::readFile("/etc/corvane/users.xml"));
+  EXPECT_FALSE(exists("/var/log/messages"));
+  EXPECT_EQ((Calls{{"6"}, {"6"}}), testing::standInCalls("telinit"));
   EXPECT_EQ((Lines{"139 unable to access /etc/corvane/users.xml, or missing backup",
                    "139 Reboot runlevel returns 1 - Child exited with non-zero status\n",
                    "139 Reboot request failed"}),
             traces());
 
+  // A reset while this thread holds the lock touches nothing.
   ASSERT_EQ(0, pthread_mutex_lock(&au::mResetMutex));
   std::vector<au::resetFileError> errors;
   EXPECT_EQ(1, au::deviceRESET(errors));
@@ -130,7 +121,7 @@ TEST_F(ApplianceTest, ResetFailsOnRebootOrHeldLock) {
   for (char const* const* path = au::resetFileList; *path; ++path) unlink(*path);
   EXPECT_EQ(Lines{"cli_dev_shutdown_in_prog"}, messages);
   EXPECT_TRUE(exists("/var/log/messages"));
-  EXPECT_EQ((Calls{{"6"}}), testing::standInCalls("telinit"));
+  EXPECT_EQ(2u, testing::standInCalls("telinit").size());
   EXPECT_EQ(2u, traces().size());
 }
 
@@ -150,36 +141,27 @@ TEST_F(ApplianceTest, TimeZonesFromAZoneTreeAndFromTheSubset) {
                      "<file>Europe</file><file>Etc/UTC</file></filelist>");
   EXPECT_EQ((Lines{"Europe/Paris", "Etc/UTC"}), au::getTimezones());
 
-  unlink("/etc/localtime");
-  EXPECT_EQ("", au::getTimezone());
   symlink("/usr/share/zoneinfo/Europe/Paris", "/etc/localtime");
   EXPECT_EQ("Europe/Paris", au::getTimezone());
   unlink("/etc/localtime");
-  testing::writeFile("/etc/localtime", "TZif2 data");
+  testing::writeFile("/etc/localtime", "TZif2 data");  // not a link
   EXPECT_EQ("", au::getTimezone());
   umount2("/usr/share/zoneinfo", MNT_DETACH);
 }
 
 TEST_F(ApplianceTest, SshKeyStrengthAndReset) {
-  for (auto [file, strong] : {std::pair<char const*, bool>{nullptr, true},
-                              {"true\n", true},
-                              {"falsey\n", true},
-                              {"", true},
-                              {"false\nmore", false}}) {
+  for (auto [file, strong] :
+       {std::pair<char const*, bool>{nullptr, true}, {"falsey\n", true}, {"false\nmore", false}}) {
     testing::writeFile("/etc/corvane/keyStrength", file);
     EXPECT_EQ(strong, au::areHostSSHKeysStrong()) << (file ? file : "(none)");
   }
   EXPECT_EQ((Lines{"139 unable to open file '/etc/corvane/keyStrength' for reading, "
                    "error=No such file or directory"}),
             traces());
-  for (char const* const* key = au::resetFileList; key != au::resetFileList + 4; ++key) {
-    testing::writeFile(*key, "key");
-  }
+  for (int key = 0; key < 4; ++key) testing::writeFile(au::resetFileList[key], "key");
   testing::FakeManager receiver("logreceiver");
   EXPECT_EQ(1, au::resetHostSSHKeys());  // the strength file still says "false"
-  for (char const* const* key = au::resetFileList; key != au::resetFileList + 4; ++key) {
-    EXPECT_FALSE(exists(*key)) << *key;
-  }
+  for (int key = 0; key < 4; ++key) EXPECT_FALSE(exists(au::resetFileList[key]));
   EXPECT_EQ(Calls{Lines{}}, testing::standInCalls("sshdStarter"));
   EXPECT_EQ("KTXCV01100D", receiver.args<logReceiver_Log_args>("Log").entry_id);
   EXPECT_EQ(
@@ -200,16 +182,13 @@ TEST_F(ApplianceTest, SshKeyStrengthAndReset) {
 TEST_F(ApplianceTest, DescriptorFlagsAndCpuCount) {
   int fds[2];
   ASSERT_EQ(0, pipe(fds));
-  EXPECT_TRUE(au::closeOnExec(fds[0], true));
-  EXPECT_EQ(FD_CLOEXEC, fcntl(fds[0], F_GETFD));
-  EXPECT_TRUE(au::closeOnExec(fds[0], false));
-  EXPECT_EQ(0, fcntl(fds[0], F_GETFD));
+  EXPECT_TRUE(au::closeOnExec(fds[0], true) && fcntl(fds[0], F_GETFD) == FD_CLOEXEC);
+  EXPECT_TRUE(au::closeOnExec(fds[0], false) && fcntl(fds[0], F_GETFD) == 0);
   close(fds[0]);
   close(fds[1]);
   EXPECT_FALSE(au::closeOnExec(fds[0], true));
 
-  testing::setFlash(false);
-  EXPECT_EQ(1, au::getCPUCount());
+  EXPECT_EQ(1, au::getCPUCount());  // off the appliance
   testing::setFlash(true);
   std::string cpuinfo = "\n" + testing::readFile("/proc/cpuinfo");
   int processors = 0;
@@ -224,14 +203,13 @@ TEST_F(ApplianceTest, ManagerCalls) {
   testing::FakeManager config("configmgr"), process("processmgr"), hardware("hardwaremgr"),
       firmware("firmwaremgr");
   int rc = 0;
-  answer<configManager::configManager_setDateTime_result>(config, "setDateTime", 7);
+  answer<cm::configManager_setDateTime_result>(config, "setDateTime", 7);
   EXPECT_FALSE(au::setDateTime((1L << 32) + 5, rc));
   EXPECT_EQ(7, rc);
-  EXPECT_EQ(5, config.args<configManager::configManager_setDateTime_args>("setDateTime").datetime);
-  answer<configManager::configManager_setTimezone_result>(config, "setTimezone", true);
+  EXPECT_EQ(5, config.args<cm::configManager_setDateTime_args>("setDateTime").datetime);
+  answer<cm::configManager_setTimezone_result>(config, "setTimezone", true);
   EXPECT_TRUE(au::setTimezone("Europe/Paris"));
-  EXPECT_EQ("Europe/Paris",
-            config.args<configManager::configManager_setTimezone_args>("setTimezone").zone);
+  EXPECT_EQ("Europe/Paris", config.args<cm::configManager_setTimezone_args>("setTimezone").zone);
   answer<processManager::processManager_syncNTPServer_result>(process, "syncNTPServer", true);
   EXPECT_TRUE(au::syncNTPServer("30"));
   EXPECT_EQ(
@@ -239,18 +217,16 @@ TEST_F(ApplianceTest, ManagerCalls) {
       process.args<processManager::processManager_syncNTPServer_args>("syncNTPServer").timeout);
   Lines now = au::getDateTime();
   ASSERT_EQ(2u, now.size());
-  EXPECT_EQ(20u, now[0].size());
-  EXPECT_EQ('Z', now[0][19]);
-  EXPECT_FALSE(now[1].empty());
+  EXPECT_TRUE(now[0].size() == 20 && now[0][19] == 'Z' && !now[1].empty()) << now[0];
 
   struct {
     char const *product, *serial;
     bool isVirt;
-    char const *type, *mtm, *serialNumber;
+    char const* expected;  // machine type|MTM|serial number
   } const machines[] = {
-      {"ABCD123XYZ", "S100", false, "ABCD", "ABCD123", "S100"},
-      {"KVM Virtual", "*UNKNOWN*", true, "KVM Virtual", "KVM Virtual", "00000000"},
-      {"*UNKNOWN*", "", false, "*UNKNOWN*", "*UNKNOWN*", "00000000"},
+      {"ABCD123XYZ", "S100", false, "ABCD|ABCD123|S100"},
+      {"KVM Virtual", "*UNKNOWN*", true, "KVM Virtual|KVM Virtual|00000000"},
+      {"*UNKNOWN*", "", false, "*UNKNOWN*|*UNKNOWN*|00000000"},
   };
   for (auto const& m : machines) {
     hardwareManager::HWInfo info;
@@ -260,9 +236,7 @@ TEST_F(ApplianceTest, ManagerCalls) {
     info.uuid = "u-1";
     answer<hardwareManager::hardwareManager_getHardwareInfo_result>(hardware, "getHardwareInfo",
                                                                     info);
-    EXPECT_EQ(m.type, au::getMachineType()) << m.product;
-    EXPECT_EQ(m.mtm, au::getMTM()) << m.product;
-    EXPECT_EQ(m.serialNumber, au::getSerialNumber()) << m.product;
+    EXPECT_EQ(m.expected, au::getMachineType() + "|" + au::getMTM() + "|" + au::getSerialNumber());
   }
   au::HWInfo info;
   info.version = "stale";
@@ -281,14 +255,15 @@ TEST_F(ApplianceTest, ManagerCalls) {
                                                                    components);
   std::vector<au::ComponentFirmware> list{{99, "stale"}};
   au::getComponentInfo(list);
-  Lines got;
-  for (auto const& c : list) got.push_back(std::to_string(c.type) + "=" + c.currentVersion);
-  EXPECT_EQ((Lines{"1=v-mordel", "2=", "3=v-tarrock", "4=v-velmar", "5=v-oskin", "6=v-pellum",
-                   "7=v-drevan", "8=v-hasket", "9=v-lunwick", "10=v-ferrow"}),
-            got);
+  std::string got;
+  for (auto const& c : list) got += std::to_string(c.type) + "=" + c.currentVersion + " ";
+  EXPECT_EQ(
+      "1=v-mordel 2= 3=v-tarrock 4=v-velmar 5=v-oskin 6=v-pellum 7=v-drevan 8=v-hasket "
+      "9=v-lunwick 10=v-ferrow ",
+      got);
 
   hardware.stop();
-  EXPECT_THROW(au::getSerialNumber(), TTransportException);
+  EXPECT_THROW(au::getSerialNumber(), apache::thrift::transport::TTransportException);
 }
 
 }  // namespace
