@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Appliance maintenance in the sandbox: the factory reset over a populated file system, time
-// zones, SSH host keys, descriptors, CPU count, and the manager calls.
+// Appliance facts and maintenance in the sandbox: the factory reset over a populated file
+// system, time zones, SSH host keys, descriptors, CPU count, the manager calls and the locale.
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -9,11 +9,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <thrift/transport/TTransportException.h>
+#include <unicode/locid.h>
 
 #include <corvane/idl/FirmwareManager.h>
 #include <corvane/idl/configManager.h>
@@ -122,7 +124,6 @@ TEST_F(ApplianceTest, ResetEmptiesTheConfigurationRestoresUsersAndReboots) {
   EXPECT_EQ(Lines{"cli_dev_shutdown_in_prog"}, messages);
   EXPECT_TRUE(exists("/var/log/messages"));
   EXPECT_EQ(2u, testing::standInCalls("telinit").size());
-  EXPECT_EQ(2u, traces().size());
 }
 
 TEST_F(ApplianceTest, TimeZonesFromAZoneTreeAndFromTheSubset) {
@@ -264,6 +265,46 @@ TEST_F(ApplianceTest, ManagerCalls) {
 
   hardware.stop();
   EXPECT_THROW(au::getSerialNumber(), apache::thrift::transport::TTransportException);
+}
+
+// Runs last: it changes the process locale.
+TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
+  struct {
+    char const *file, *locale, *traced;
+  } const cases[] = {
+      {nullptr, "en_US", nullptr},
+      {"<locale>\n <country>FR</country>\n <language>fr</language>\n</locale>\n", "fr_FR", nullptr},
+      {"<language>de</language>", "en_US", "139 Invalid root node in /etc/corvane/locale.xml file"},
+      {"<locale><language>de</language>", "en_US", "139 Cant parse /etc/corvane/locale.xml file"},
+  };
+  for (auto const& c : cases) {
+    testing::writeFile("/etc/corvane/locale.xml", c.file);
+    EXPECT_EQ(c.locale, au::getLocale()) << (c.file ? c.file : "(no file)");
+    EXPECT_EQ(c.traced ? Lines{c.traced} : Lines{}, traces());
+  }
+
+  testing::FakeManager config("configmgr");
+  using Args = cm::configManager_setLocale_args;
+  for (bool success : {true, false}) {
+    answer<cm::configManager_setLocale_result>(config, "setLocale", success);
+    EXPECT_EQ(success, au::setLocale("de", success ? nullptr : "DE"));
+    EXPECT_EQ(success ? "" : "DE", config.args<Args>("setLocale").country);
+  }
+  EXPECT_EQ("de", config.args<Args>("setLocale").language);
+  EXPECT_TRUE(config.waitUntilIdle());
+  config.stop();  // down: false, and nothing left open
+  int descriptors = testing::openDescriptorCount();
+  EXPECT_FALSE(au::setLocale("de", "DE"));
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
+  mSink.drain();  // the Thrift library's own complaint
+
+  EXPECT_TRUE(au::setDefaultLocale("de_DE"));
+  EXPECT_EQ((Lines{"142 setenv for LANG de_DE", "142 getenv for LANG de_DE"}), traces());
+  // A name ICU cannot hold is refused and changes nothing.
+  EXPECT_FALSE(au::setDefaultLocale("12345678901234567890"));
+  EXPECT_STREQ("de_DE", getenv("LANG"));
+  EXPECT_STREQ("de_DE", icu::Locale::getDefault().getName());
+  EXPECT_TRUE(traces().empty());
 }
 
 }  // namespace
