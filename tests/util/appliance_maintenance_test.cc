@@ -143,6 +143,7 @@ TEST_F(ApplianceTest, TimeZonesFromAZoneTreeAndFromTheSubset) {
                      "<file>Europe</file><file>Etc/UTC</file></filelist>");
   EXPECT_EQ((Lines{"Europe/Paris", "Etc/UTC"}), au::getTimezones());
 
+  unlink("/etc/localtime");
   symlink("/usr/share/zoneinfo/Europe/Paris", "/etc/localtime");
   EXPECT_EQ("Europe/Paris", au::getTimezone());
   unlink("/etc/localtime");
@@ -266,7 +267,6 @@ TEST_F(ApplianceTest, ManagerCalls) {
   EXPECT_THROW(au::getSerialNumber(), apache::thrift::transport::TTransportException);
 }
 
-// Runs last: it changes the process locale.
 TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
   struct {
     char const *file, *locale, *traced;
@@ -281,6 +281,7 @@ TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
     EXPECT_EQ(c.locale, au::getLocale()) << (c.file ? c.file : "(no file)");
     EXPECT_EQ(c.traced ? Lines{c.traced} : Lines{}, traces());
   }
+  testing::writeFile("/etc/corvane/locale.xml", nullptr);  // launches read it too
 
   testing::FakeManager config("configmgr");
   using Args = cm::configManager_setLocale_args;
@@ -304,6 +305,7 @@ TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
   EXPECT_STREQ("de_DE", getenv("LANG"));
   EXPECT_STREQ("de_DE", icu::Locale::getDefault().getName());
   EXPECT_TRUE(traces().empty());
+  au::setDefaultLocale("en_US");  // later tests read the catalog in English
 }
 
 }  // namespace
