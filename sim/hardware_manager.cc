@@ -20,17 +20,20 @@ namespace {
 
 using namespace hardwareManager;
 
+// Sensor reading status of a healthy sensor, as the appliance reports it.
+int32_t const kReadingOk = 4;
+
 // One line per item; see the manual page for the fields.
 char const kBuiltinScenario[] =
     "hwinfo Corvane CV-1000 1.0 SIM0001 6f1d0c2e-5b7a-4c1e-9a55-000000000001\n"
-    "fan FAN1 4200 1000 0\n"
-    "fan FAN2 4150 1000 0\n"
-    "temp CPU 48 85 95 0\n"
-    "temp Board 36 70 80 0\n"
-    "volt 12V 12050 11400 12600 0\n"
-    "volt 5V 5010 4750 5250 0\n"
-    "power PSU1 0\n"
-    "power PSU2 0\n"
+    "fan FAN1 4200 1000 4\n"
+    "fan FAN2 4150 1000 4\n"
+    "temp CPU 48 85 95 4\n"
+    "temp Board 36 70 80 4\n"
+    "volt 12V 12050 11400 12600 4\n"
+    "volt 5V 5010 4750 5250 4\n"
+    "power PSU1 4\n"
+    "power PSU2 4\n"
     "volume Volume0 476000 1 100\n"
     "partition root 20000 12000 1\n"
     "partition data 456000 400000 1\n"
@@ -90,7 +93,7 @@ Scenario parseScenario(std::istream& in, EventLog& log) {
     } else if (kind == "power") {
       PowerStatus p;
       ok = static_cast<bool>(words >> p.Name >> p.ReadingStatus);
-      p.Formatted = p.ReadingStatus == 0 ? "Presence detected" : "Failure detected";
+      p.Formatted = p.ReadingStatus == kReadingOk ? "Presence detected" : "Failure detected";
       s.power.push_back(p);
     } else if (kind == "volume") {
       VolumeStatus v;

@@ -340,6 +340,24 @@ class UserHandler : public BaseHandler<userManager::userManagerIf> {
 std::mutex gUpgradeMutex;
 std::vector<std::thread> gUpgrades;
 
+// A connection to the caller's callback server on this machine. Such servers often listen
+// on IPv4 only, which name lookups hide on a machine without a routable IPv4 address: IPv4
+// loopback is connected by hand, then IPv6 loopback is tried by name.
+std::shared_ptr<apache::thrift::transport::TSocket> callbackSocket(int port) {
+  int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  if (fd >= 0 && connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+    return std::make_shared<apache::thrift::transport::TSocket>(fd);
+  }
+  if (fd >= 0) close(fd);
+  auto six = std::make_shared<apache::thrift::transport::TSocket>("::1", port);
+  six->setConnTimeout(2000);
+  return six;
+}
+
 class FirmwareHandler : public BaseHandler<firmwareManager::FirmwareManagerIf> {
  public:
   explicit FirmwareHandler(Sim& sim) : BaseHandler(sim, "firmwaremgr") {}
@@ -387,19 +405,20 @@ class FirmwareHandler : public BaseHandler<firmwareManager::FirmwareManagerIf> {
     bool ok = true;
     for (int step = 1; step <= steps && ok && port > 0 && !mSim.stopping; ++step) {
       std::this_thread::sleep_for(std::chrono::milliseconds(mSim.options.upgradeStepMs));
+      ok = false;
+      std::string error;
       try {
-        auto socket = std::make_shared<transport::TSocket>(kManagerHost, port);
-        socket->setConnTimeout(2000);
-        auto framed = std::make_shared<transport::TBufferedTransport>(socket);
+        auto buffered = std::make_shared<transport::TBufferedTransport>(callbackSocket(port));
         callbackManager::callbackManagerClient client(
-            std::make_shared<protocol::TBinaryProtocol>(framed));
-        framed->open();
+            std::make_shared<protocol::TBinaryProtocol>(buffered));
+        if (!buffered->isOpen()) buffered->open();
         client.firmwareUpgradeCallback(step, steps, 0);
-        framed->close();
+        buffered->close();
+        ok = true;
       } catch (TException const& e) {
-        event(std::string("progress report failed: ") + e.what());
-        ok = false;
+        error = e.what();
       }
+      if (!ok) event("progress report failed: " + error);
     }
     event(ok ? "upgrade complete" : "upgrade failed");
     mSucceeded = ok;

@@ -37,8 +37,10 @@ namespace {
 
 char const* const kFaultNames[] = {"none", "down", "hung", "garbage", "close", "slow"};
 
-// Not a Thrift message: a binary-protocol client reads a bad version and gives up.
-char const kGarbage[] = "\x7f\x7f garbage from corvane-sim \x7f\x7f";
+// Not a Thrift message: a binary-protocol client reads a bad version and gives up at once.
+// (Garbage read as a huge positive name length would instead keep a client without string
+// limits reading until the connection closes.)
+char const kGarbage[] = "\x80\x7f\x7f\x7f garbage from corvane-sim";
 
 // Sleeps `ms` in short steps; false when `server` stops meanwhile.
 bool pause(ManagerServer const& server, int ms) {
@@ -198,9 +200,10 @@ bool ManagerServer::start() {
     mSim.events.write(mService, "no port in the services database; not served");
     return false;
   }
-  // No address: Thrift binds the IPv6 wildcard with IPv4 mapped in, which the link-local
-  // manager address reaches too.
-  auto socket = std::make_shared<TServerSocket>(mPort);
+  // Without an address Thrift asks for configured address families, and a machine with only
+  // a link-local IPv6 address gets an IPv4-only socket the manager address cannot reach: bind
+  // the IPv6 wildcard by name (Thrift leaves IPv4 mapped in).
+  auto socket = std::make_shared<TServerSocket>("::", mPort);
   auto events = std::make_shared<ReadyEvents>();
   mServer = std::make_shared<TThreadedServer>(mProcessor, socket,
                                               std::make_shared<TBufferedTransportFactory>(),
