@@ -140,6 +140,12 @@ void EventLog::write(std::string const& source, std::string const& text) {
   struct tm parts;
   strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%SZ", gmtime_r(&now, &parts));
   std::lock_guard<std::mutex> lock(mMutex);
+  // A device reset removes the files in /var/log: start a new file rather than write on
+  // into a removed one.
+  if (access(mPath.c_str(), F_OK) != 0) {
+    if (mFile != nullptr) fclose(mFile);
+    mFile = fopen(mPath.c_str(), "ae");
+  }
   if (mFile != nullptr) {
     fprintf(mFile, "%s %s: %s\n", stamp, source.c_str(), text.c_str());
     fflush(mFile);

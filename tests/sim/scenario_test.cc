@@ -212,6 +212,62 @@ TEST_F(SimScenario, DistributeLoggingReachesEveryManager) {
   }
 }
 
+TEST_F(SimScenario, NetworkStatusFollowsTheConfiguration) {
+  struct Case {
+    char const* name;
+    bool success, enabled;
+    char const* address;
+  } const cases[] = {
+      {"eth0", true, true, "192.168.1.10/24"},
+      {"eth3", true, false, ""},
+      {"eth9", false, false, nullptr},
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::unique_ptr<InterfaceStatus> status(ethernetInterfaces::getInterfaceStatus(c.name));
+    ASSERT_NE(status, nullptr);
+    EXPECT_EQ(status->mSuccess, c.success);
+    EXPECT_EQ(status->mEnabled, c.enabled);
+    EXPECT_EQ(status->mLinked, c.enabled);
+    if (c.address == nullptr) {
+      EXPECT_TRUE(status->mStatus.empty());
+    } else {
+      ASSERT_EQ(status->mStatus.size(), 1u);
+      EXPECT_STREQ(status->mStatus[0].findValue("address"), c.address);
+    }
+  }
+}
+
+TEST_F(SimScenario, ProcessManagerKeepsLevelsRequestsAndUnhealthyCounts) {
+  ASSERT_EQ(processManagerUtils::setPlatformLogLevel(processManagerUtils::kLevelDebug), 0);
+  processManagerUtils::PlatformLogLevel level = processManagerUtils::kLevelUnknown;
+  ASSERT_EQ(processManagerUtils::getPlatformLogLevel(level), 0);
+  EXPECT_EQ(level, processManagerUtils::kLevelDebug);
+  EXPECT_EQ(processManagerUtils::requestReboot(), 0);
+  EXPECT_NE(readFile("/var/log/corvane-sim.log").find("processmgr: reboot requested"),
+            std::string::npos);
+  // Unrecoverable from the third note on (the default count): then nothing is emitted.
+  int const expected[] = {0, 0, 1, 1};
+  for (int code : expected)
+    EXPECT_EQ(processManagerUtils::signalApplicationIsUnhealthy("app"), code);
+  EXPECT_EQ(readFile("/sandbox/calls/initctl"),
+            "emit\t--no-wait\tapp-unhealthy\nemit\t--no-wait\tapp-unhealthy\n");
+}
+
+TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
+  std::vector<std::vector<std::string>> const cases = {
+      {"--bogus"},
+      {"--fault", "configmgr"},
+      {"--fault", "configmgr=melted"},
+      {"--fault", "nosuchmgr=down"},
+      {"--fault", "configmgr=slow:0"},
+      {"--scenario"},
+  };
+  for (auto const& args : cases) EXPECT_EQ(runSim(args), 2) << args[0] << " " << args.back();
+  // Without a running simulator the control command fails.
+  EXPECT_EQ(runSim({"--control", "status"}), 1);
+}
+
 class Progress : public FirmwareUpgradeListener {
  public:
   void firmwareUpgradeProgress(int step, int total, int code) override {
