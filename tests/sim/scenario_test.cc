@@ -28,6 +28,7 @@
 #include "corvane/config_value.h"
 #include "corvane/ethernet_interfaces.h"
 #include "corvane/firmware_utils.h"
+#include "corvane/log.h"
 #include "corvane/process_manager_utils.h"
 #include "corvane/status_utils.h"
 
@@ -252,6 +253,25 @@ TEST_F(SimScenario, ProcessManagerKeepsLevelsRequestsAndUnhealthyCounts) {
     EXPECT_EQ(processManagerUtils::signalApplicationIsUnhealthy("app"), code);
   EXPECT_EQ(readFile("/sandbox/calls/initctl"),
             "emit\t--no-wait\tapp-unhealthy\nemit\t--no-wait\tapp-unhealthy\n");
+}
+
+TEST_F(SimScenario, CatalogLogsReachTheLogReceiverAndSyslogFiles) {
+  log::init("simtest");
+  icu::Formattable args[] = {icu::UnicodeString("eth5"), icu::UnicodeString("agg9")};
+  log::log(3, "network_validation_sub_interface_already_in_aggregate_interface", args, 2, "obj1");
+  EXPECT_NE(readFile("/var/log/corvane-sim-logreceiver.log")
+                .find(" obj1: network_validation_sub_interface_already_in_aggregate_interface "
+                      "\"eth5\" \"agg9\"\n"),
+            std::string::npos);
+  std::string syslog;
+  for (int i = 0; i < 100 && syslog.find("agg9") == std::string::npos; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    syslog = readFile("/var/log/corvane-sim-syslog.log");
+  }
+  EXPECT_NE(syslog.find("The interface eth5 cannot carry a VLAN because it is a member of the "
+                        "aggregate interface agg9."),
+            std::string::npos)
+      << syslog;
 }
 
 TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
