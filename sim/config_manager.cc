@@ -199,6 +199,8 @@ class ConfigHandler : public BaseHandler<configManager::configManagerIf> {
   }
   bool isInitialConfigComplete() override { return true; }
 
+  // Interface objects are judged whether or not validation is forced: a program must not be
+  // able to store what the appliance would refuse.
   int32_t createObject(std::string const& domain, std::string const& type, std::string const& name,
                        ValueList const& value, int32_t state, bool) override {
     if (name.empty()) return kInvalidObjectName;
