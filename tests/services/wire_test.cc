@@ -48,20 +48,15 @@ TEST(ClientWireTest, CallBytes) {
   client = baseClient();
   client->startTest(5);
   client->setLogging(6, -1);
+  // clang-format off
   std::string const expected[] = {
       Bytes().header("shutdown", 1, 0).stop(),
-      Bytes()
-          .header("firmwareUpgradeCallback", 1, 0)
-          .field(kI32, 1)
-          .i32(3)
-          .field(kI32, 2)
-          .i32(9)
-          .field(kI32, 3)
-          .i32(-1)
-          .stop(),
+      Bytes().header("firmwareUpgradeCallback", 1, 0).field(kI32, 1).i32(3).field(kI32, 2)
+          .i32(9).field(kI32, 3).i32(-1).stop(),
       Bytes().header("startTest", 1, 0).field(kI32, 1).i32(5).stop(),
       Bytes().header("setLogging", 1, 0).field(kI32, 1).i32(6).field(kI32, 2).i32(-1).stop(),
   };
+  // clang-format on
   auto calls = manager.calls();
   ASSERT_EQ(4u, calls.size());
   for (size_t i = 0; i < 4; ++i) EXPECT_EQ(hex(expected[i]), hex(calls[i].message)) << i;
@@ -74,6 +69,7 @@ TEST(ClientWireTest, RepliesOfEachKind) {
     return Bytes().header(name, type, seqid).field(kI32, 0).i32(5).stop();
   };
   char const* const unknown = "startTest failed: unknown result";
+  // clang-format off
   struct {
     std::string reply;
     int kind;  // expected TApplicationException type, -1 for an answer of 5
@@ -89,6 +85,7 @@ TEST(ClientWireTest, RepliesOfEachKind) {
        TApplicationException::MISSING_RESULT, unknown},
       {answer(2, "startTest", 12345), -1, nullptr},  // the sequence id is never checked
   };
+  // clang-format on
   FakeManager manager("processmgr");
   for (auto const& c : cases) {
     SCOPED_TRACE(hex(c.reply));
@@ -165,43 +162,21 @@ TEST(RecordWireTest, OptionalFieldsEmptyContainersAndWideIntegers) {
   reg.name = &name, reg.fullPath = &path, reg.parameters = &none, reg.dependencies = &none;
   hardwareManager::DiskSnapShot disk;
   disk.mRawSize = 5000000000LL;
+  // clang-format off
   struct {
     std::string bytes, expected;
   } const cases[] = {
       {serialize(unset), Bytes().field(kI32, 1).i32(7).field(kString, 2).str("m").stop()},
-      {serialize(empty), Bytes()
-                             .field(kI32, 1)
-                             .i32(7)
-                             .field(kString, 2)
-                             .str("m")
-                             .field(kList, 3)
-                             .i8(kString)
-                             .i32(0)
-                             .stop()},
-      {serialize(networkManager::NetifStatus()), Bytes()
-                                                     .field(kBool, 1)
-                                                     .i8(0)
-                                                     .field(kBool, 2)
-                                                     .i8(0)
-                                                     .field(kBool, 3)
-                                                     .i8(0)
-                                                     .field(kList, 4)
-                                                     .i8(kMap)
-                                                     .i32(0)
-                                                     .stop()},
-      {serialize(reg), Bytes()
-                           .field(kString, 1)
-                           .str("web")
-                           .field(kString, 2)
-                           .str("/usr/bin/web")
-                           .field(kList, 3)
-                           .i8(kString)
-                           .i32(0)
-                           .field(kList, 4)
-                           .i8(kString)
-                           .i32(0)
-                           .stop()},
+      {serialize(empty), Bytes().field(kI32, 1).i32(7).field(kString, 2).str("m")
+                             .field(kList, 3).i8(kString).i32(0).stop()},
+      {serialize(networkManager::NetifStatus()),
+       Bytes().field(kBool, 1).i8(0).field(kBool, 2).i8(0).field(kBool, 3).i8(0)
+           .field(kList, 4).i8(kMap).i32(0).stop()},
+      {serialize(reg), Bytes().field(kString, 1).str("web").field(kString, 2).str("/usr/bin/web")
+                           .field(kList, 3).i8(kString).i32(0).field(kList, 4).i8(kString)
+                           .i32(0).stop()},
   };
+  // clang-format on
   for (auto const& c : cases) EXPECT_EQ(hex(c.expected), hex(c.bytes));
   EXPECT_FALSE(deserialize<configManagerConsumer::ConfigChangeException>(serialize(unset))
                    .__isset.parameters);
@@ -237,6 +212,7 @@ TEST(ProcessorWireTest, AnswersEachKindOfRequest) {
   EXPECT_EQ(0, connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
   TApplicationException unknown(TApplicationException::UNKNOWN_METHOD,
                                 "Invalid method name: 'reboot'");
+  // clang-format off
   struct {
     std::string request, answer;
   } const exchanges[] = {
@@ -246,21 +222,14 @@ TEST(ProcessorWireTest, AnswersEachKindOfRequest) {
       {Bytes().header("startTest", 1, 42).field(kI32, 1).i32(21).stop(),
        Bytes().header("startTest", 2, 42).field(kI32, 0).i32(42).stop()},
       {Bytes().header("shutdown", 1, 0).stop(), ""},  // oneway: no answer
-      {Bytes()
-           .header("firmwareUpgradeCallback", 1, 0)
-           .field(kI32, 1)
-           .i32(1)
-           .field(kI32, 2)
-           .i32(2)
-           .field(kI32, 3)
-           .i32(3)
-           .stop(),
-       ""},
+      {Bytes().header("firmwareUpgradeCallback", 1, 0).field(kI32, 1).i32(1).field(kI32, 2)
+           .i32(2).field(kI32, 3).i32(3).stop(), ""},
       {Bytes().header("performTest", 1, 7).field(kI32, 1).i32(1).stop(),
        Bytes().header("performTest", 2, 7).stop()},  // void: an empty result record
-      {Bytes().header("startTest", 1, 0).stop(),     // missing arguments read as defaults
+      {Bytes().header("startTest", 1, 0).stop(),  // missing arguments read as defaults
        Bytes().header("startTest", 2, 0).field(kI32, 0).i32(0).stop()},
   };
+  // clang-format on
   for (auto const& x : exchanges) {
     EXPECT_EQ(static_cast<ssize_t>(x.request.size()),
               send(fd, x.request.data(), x.request.size(), 0));
