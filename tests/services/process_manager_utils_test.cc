@@ -58,7 +58,6 @@ TEST(ProcessManagerNames, TablesAndMaskTexts) {
   std::string all;  // the help listing: every name in table order
   for (NameValue const* e = kMaskNames; e->name[0] != '\0'; ++e)
     all += "  " + std::string(e->name) + "\n";
-  EXPECT_EQ(all.substr(0, 26), "  all\n  none\n  commands\n  ");
   // clang-format off
   struct { char const* name; int level; int mask; std::string text; } const rows[] = {
       {"WARN", 4, kMaskUnknown, all},        {"debug", 7, kMaskUnknown, all},

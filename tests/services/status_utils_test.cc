@@ -238,26 +238,16 @@ TEST_F(StatusUtilsTest, NeutralAnswersWhenTheManagerIsDown) {
   std::vector<TempStatus> temps;
   std::vector<VoltStatus> volts;
   std::vector<PowerStatus> supplies;
-  std::function<int()> const ops[] = {
-      [] { return getUptime(); },
-      [] { return setLocateLED(true), 0; },
-      [&] { return getFlashStatus(flash) + 1; },
-      [&] { return getBatteryStatus(battery); },
-      [] { return batteryReplaced(); },
-      [&] { return getMemoryUse(size, free); },
-      [] { return getIntrusionStatus() + 1; },
-      [] { return clearIntrusionStatus() + 1; },
-      [&] { return getCPUUsage(cpu) + getCPUDetailedUsage(cpu); },
-      [&] { return getVolumeStatus(volumes) + getRaidPhysDiskStatus(disks); },
-      [&] { return getFanStatus(fans) + getTempStatus(temps); },
-      [&] { return getVoltageStatus(volts) + getPowerStatus(supplies); },
-      [] { return isServiceReady(kHardwareReady2, 0) + isNetServiceReady(kNetworkReady, 0); },
-  };
-  for (size_t i = 0; i < std::size(ops); ++i) {
-    auto start = Clock::now();
-    EXPECT_EQ(0, ops[i]()) << i;
-    EXPECT_LT(secondsSince(start), 1.5) << i;
-  }
+  auto start = Clock::now();
+  setLocateLED(true);
+  std::string answers = join(
+      getUptime(), getFlashStatus(flash), getBatteryStatus(battery), batteryReplaced(),
+      getMemoryUse(size, free), getIntrusionStatus(), clearIntrusionStatus(), getCPUUsage(cpu),
+      getCPUDetailedUsage(cpu), getVolumeStatus(volumes), getRaidPhysDiskStatus(disks),
+      getFanStatus(fans), getTempStatus(temps), getVoltageStatus(volts), getPowerStatus(supplies),
+      isServiceReady(kHardwareReady2, 0), isNetServiceReady(kNetworkReady, 0));
+  EXPECT_EQ("0|-1|0|0|0|-1|-1|0|0|0|0|0|0|0|0|0|0|", answers);
+  EXPECT_LT(secondsSince(start), 1.5);
   EXPECT_EQ("7|8|9|10|11|12|1|", join(flash.mTotalSize, flash.mFreeSize, battery.mInstalled,
                                       battery.mExpires, size, free, cpu.size()));
   EXPECT_TRUE(volumes.empty() && disks.empty() && fans.empty() && temps.empty() && volts.empty() &&
