@@ -1,0 +1,370 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The libcorvane authors
+// The simulated appliance driven through the library's public operations only: corvane-sim
+// runs as a child in this test's sandbox, exactly as a downstream program would meet it.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "corvane/appliance_utils.h"
+#include "corvane/callback_manager.h"
+#include "corvane/config_service.h"
+#include "corvane/config_value.h"
+#include "corvane/ethernet_interfaces.h"
+#include "corvane/firmware_utils.h"
+#include "corvane/log.h"
+#include "corvane/process_manager_utils.h"
+#include "corvane/status_utils.h"
+
+namespace {
+
+using namespace corvane;
+using config::Service;
+using Clock = std::chrono::steady_clock;
+
+// Runs corvane-sim with `args`; returns its exit code, or -1 when it did not end in 10 s.
+// With `ready`, returns once the simulator says it is ready and leaves it running in `pid`.
+int runSim(std::vector<std::string> args, pid_t* pid = nullptr) {
+  args.insert(args.begin(), CORVANE_SIM_PROGRAM);
+  int out[2];
+  if (pipe2(out, O_CLOEXEC) != 0) return -1;
+  pid_t child = fork();
+  if (child == 0) {
+    dup2(out[1], 1);
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(&a[0]);
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  close(out[1]);
+  std::string text;
+  char buffer[256];
+  auto deadline = Clock::now() + std::chrono::seconds(10);
+  while (Clock::now() < deadline && (pid == nullptr || text.find("ready\n") == std::string::npos)) {
+    pollfd p{out[0], POLLIN, 0};
+    if (poll(&p, 1, 100) <= 0) continue;
+    ssize_t n = read(out[0], buffer, sizeof buffer);
+    if (n <= 0) break;
+    text.append(buffer, static_cast<size_t>(n));
+  }
+  close(out[0]);
+  if (pid != nullptr) {
+    *pid = child;
+    return text.find("ready\n") != std::string::npos ? 0 : -1;
+  }
+  int status = 0;
+  while (waitpid(child, &status, WNOHANG) == 0) {
+    if (Clock::now() > deadline) {
+      kill(child, SIGKILL);
+      waitpid(child, &status, 0);
+      return -1;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string readFile(char const* path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// An interface object: simple members, no addresses and one optional array member.
+std::unique_ptr<config::StructValue> object(
+    std::vector<std::pair<char const*, char const*>> const& members, char const* arrayName = "",
+    std::vector<char const*> const& elements = {}) {
+  auto s = std::make_unique<config::StructValue>();
+  for (auto const& m : members) s->insert(m.first, new config::SimpleValue(m.second));
+  auto* ip = new config::StructValue;
+  ip->insert("address", new config::ArrayValue);
+  s->insert("ip", ip);
+  if (*arrayName != '\0') {
+    auto* list = new config::ArrayValue;
+    for (char const* e : elements) list->append(new config::SimpleValue(e));
+    s->insert(arrayName, list);
+  }
+  return s;
+}
+
+class SimScenario : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    ASSERT_EQ(runSim({"--upgrade-step-ms", "100"}, &sPid), 0) << "corvane-sim did not start";
+  }
+  static void TearDownTestSuite() {
+    kill(sPid, SIGTERM);
+    int status = 0;
+    waitpid(sPid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  static pid_t sPid;
+};
+pid_t SimScenario::sPid = -1;
+
+TEST_F(SimScenario, VLANOnAnAggregateMemberIsRefusedInTheDeviceLocale) {
+  auto aggregate = object({{"name", "agg0"}}, "member", {"eth1"});
+  ASSERT_EQ(Service::createObject("default", "aggregate-interface", "agg0", aggregate.get(),
+                                  Service::kwEnabled, true),
+            config::kwOK);
+  auto vlan = object({{"name", "vlan10"}, {"sub-interface", "eth1"}, {"vlan-identifier", "10"}});
+  struct Case {
+    char const* language;
+    char const* country;
+    char const* text;
+  } const cases[] = {
+      {"en", "US",
+       "The interface eth1 cannot carry a VLAN because it is a member of the aggregate "
+       "interface agg0."},
+      {"de", "DE",
+       "Die Schnittstelle eth1 kann kein VLAN tragen, weil sie Mitglied der Aggregatschnittstelle "
+       "agg0 ist."},
+  };
+  for (auto const& c : cases) {
+    ASSERT_TRUE(applianceUtils::setLocale(c.language, c.country));
+    EXPECT_EQ(applianceUtils::getLocale(), std::string(c.language) + "_" + c.country);
+    try {
+      Service::createObject("default", "vlan-interface", "vlan10", vlan.get(), Service::kwEnabled,
+                            true);
+      ADD_FAILURE() << "VLAN accepted on an aggregate member";
+    } catch (config::messaging::ValidationException const& e) {
+      EXPECT_EQ(e.errorField, "sub-interface");
+      EXPECT_EQ(e.errorString, c.text);
+    }
+  }
+  applianceUtils::setLocale("en", "US");
+  std::vector<std::string> names;
+  EXPECT_EQ(Service::getNamesofObject("default", "vlan-interface", names), config::kwOK);
+  EXPECT_TRUE(names.empty());
+  // On a free interface the same VLAN passes the validators.
+  auto free = object({{"name", "vlan10"}, {"sub-interface", "eth0"}, {"vlan-identifier", "10"}});
+  EXPECT_EQ(Service::createObject("default", "vlan-interface", "vlan10", free.get(),
+                                  Service::kwEnabled, true),
+            config::kwOK);
+  std::unique_ptr<InterfaceStatus> status(ethernetInterfaces::getVLANStatus("vlan10"));
+  ASSERT_NE(status, nullptr);
+  EXPECT_TRUE(status->mSuccess);
+}
+
+TEST_F(SimScenario, InterfaceRecordIsStoredAndReadBack) {
+  types::KeyValPair record{
+      {"name", "eth2"}, {"MTU", "9000"}, {"IPAddress", "10.20.30.40/24"}, {"enabled", "true"}};
+  ASSERT_EQ(ethernetInterfaces::setInterface(record), 0);
+  std::unique_ptr<types::KeyValPair> back(ethernetInterfaces::getInterface("eth2"));
+  ASSERT_NE(back, nullptr);
+  EXPECT_STREQ(back->findValue("MTU"), "9000");
+  EXPECT_STREQ(back->findValue("IPAddress"), "10.20.30.40/24");
+  EXPECT_STREQ(back->findValue("enabled"), "true");
+  // The address eth2 now holds is refused on another interface by the duplicate check.
+  types::KeyValPair clash{{"name", "eth3"}, {"IPAddress", "10.20.30.40/24"}};
+  EXPECT_EQ(ethernetInterfaces::setInterface(clash), -1);
+  std::unique_ptr<std::vector<std::string>> names(ethernetInterfaces::getInterfaceNames());
+  ASSERT_NE(names, nullptr);
+  EXPECT_EQ(*names, (std::vector<std::string>{"eth0", "eth1", "eth2", "eth3"}));
+}
+
+TEST_F(SimScenario, HealthComesFromTheScenarioAndProc) {
+  std::vector<statusUtils::FanStatus> fans;
+  ASSERT_EQ(statusUtils::getFanStatus(fans), 1);
+  ASSERT_EQ(fans.size(), 2u);
+  EXPECT_EQ(fans[0].mID, "FAN1");
+  EXPECT_EQ(fans[0].mFormatted, "4200 RPM");
+  EXPECT_TRUE(fans[0].mOk);
+  std::vector<statusUtils::TempStatus> temps;
+  ASSERT_EQ(statusUtils::getTempStatus(temps), 1);
+  ASSERT_EQ(temps.size(), 2u);
+  EXPECT_EQ(temps[0].mValue, 48);
+  EXPECT_EQ(temps[0].mUpperNonRecoverable, 95);
+  unsigned size = 0, free = 0;
+  ASSERT_EQ(statusUtils::getMemoryUse(size, free), 1);
+  EXPECT_GT(size, 0u);
+  EXPECT_LE(free, size);
+  EXPECT_GT(statusUtils::getUptime(), 0);
+  EXPECT_EQ(statusUtils::getIntrusionStatus(), 0);
+}
+
+TEST_F(SimScenario, DistributeLoggingReachesEveryManager) {
+  processManagerUtils::distributeLogging(7, 0x12);
+  std::string log = readFile("/var/log/corvane-sim.log");
+  size_t at = 0;
+  for (char const* manager : {"processmgr", "firmwaremgr", "hardwaremgr", "networkmgr", "usermgr",
+                              "configmgr", "statusmgr"}) {
+    size_t found = log.find(std::string(manager) + ": setLogging level 7 mask 0x00000012", at);
+    ASSERT_NE(found, std::string::npos) << manager << " not reached in order:\n" << log;
+    at = found;
+  }
+}
+
+TEST_F(SimScenario, NetworkStatusFollowsTheConfiguration) {
+  struct Case {
+    char const* name;
+    bool success, enabled;
+    char const* address;
+  } const cases[] = {
+      {"eth0", true, true, "192.168.1.10/24"},
+      {"eth3", true, false, ""},
+      {"eth9", false, false, nullptr},
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::unique_ptr<InterfaceStatus> status(ethernetInterfaces::getInterfaceStatus(c.name));
+    ASSERT_NE(status, nullptr);
+    EXPECT_EQ(status->mSuccess, c.success);
+    EXPECT_EQ(status->mEnabled, c.enabled);
+    EXPECT_EQ(status->mLinked, c.enabled);
+    if (c.address == nullptr) {
+      EXPECT_TRUE(status->mStatus.empty());
+    } else {
+      ASSERT_EQ(status->mStatus.size(), 1u);
+      EXPECT_STREQ(status->mStatus[0].findValue("address"), c.address);
+    }
+  }
+}
+
+TEST_F(SimScenario, ProcessManagerKeepsLevelsRequestsAndUnhealthyCounts) {
+  ASSERT_EQ(processManagerUtils::setPlatformLogLevel(processManagerUtils::kLevelDebug), 0);
+  processManagerUtils::PlatformLogLevel level = processManagerUtils::kLevelUnknown;
+  ASSERT_EQ(processManagerUtils::getPlatformLogLevel(level), 0);
+  EXPECT_EQ(level, processManagerUtils::kLevelDebug);
+  EXPECT_EQ(processManagerUtils::requestReboot(), 0);
+  EXPECT_NE(readFile("/var/log/corvane-sim.log").find("processmgr: reboot requested"),
+            std::string::npos);
+  // Unrecoverable from the third note on (the default count): then nothing is emitted.
+  int const expected[] = {0, 0, 1, 1};
+  for (int code : expected)
+    EXPECT_EQ(processManagerUtils::signalApplicationIsUnhealthy("app"), code);
+  EXPECT_EQ(readFile("/sandbox/calls/initctl"),
+            "emit\t--no-wait\tapp-unhealthy\nemit\t--no-wait\tapp-unhealthy\n");
+}
+
+TEST_F(SimScenario, CatalogLogsReachTheLogReceiverAndSyslogFiles) {
+  log::init("simtest");
+  icu::Formattable args[] = {icu::UnicodeString("eth5"), icu::UnicodeString("agg9")};
+  log::log(3, "network_validation_sub_interface_already_in_aggregate_interface", args, 2, "obj1");
+  EXPECT_NE(readFile("/var/log/corvane-sim-logreceiver.log")
+                .find(" obj1: network_validation_sub_interface_already_in_aggregate_interface "
+                      "\"eth5\" \"agg9\"\n"),
+            std::string::npos);
+  std::string syslog;
+  for (int i = 0; i < 100 && syslog.find("agg9") == std::string::npos; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    syslog = readFile("/var/log/corvane-sim-syslog.log");
+  }
+  EXPECT_NE(syslog.find("The interface eth5 cannot carry a VLAN because it is a member of the "
+                        "aggregate interface agg9."),
+            std::string::npos)
+      << syslog;
+}
+
+TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
+  std::vector<std::vector<std::string>> const cases = {
+      {"--bogus"},
+      {"--fault", "configmgr"},
+      {"--fault", "configmgr=melted"},
+      {"--fault", "nosuchmgr=down"},
+      {"--fault", "configmgr=slow:0"},
+      {"--scenario"},
+  };
+  for (auto const& args : cases) EXPECT_EQ(runSim(args), 2) << args[0] << " " << args.back();
+  // Without a running simulator the control command fails.
+  EXPECT_EQ(runSim({"--control", "status"}), 1);
+}
+
+class Progress : public FirmwareUpgradeListener {
+ public:
+  void firmwareUpgradeProgress(int step, int total, int code) override {
+    std::lock_guard<std::mutex> lock(mutex);
+    reports.push_back({step, total, code});
+    changed.notify_all();
+  }
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::vector<int>> reports;
+};
+
+TEST_F(SimScenario, FirmwareUpgradeReportsProgressToTheCallbackServer) {
+  callbackManagerHandler* handler = callbackManagerHandler::startCallbackManager();
+  ASSERT_NE(handler, nullptr);
+  Progress progress;
+  handler->setFirmwareUpgradeListener(&progress);
+  ASSERT_EQ(firmwareUtils::upgrade("/tmp/image.bin", false, false, handler->port), 0);
+  EXPECT_TRUE(firmwareUtils::hasRunningUpgradeWithCallback());
+  {
+    std::unique_lock<std::mutex> lock(progress.mutex);
+    progress.changed.wait_for(lock, std::chrono::seconds(5),
+                              [&] { return progress.reports.size() >= 5; });
+    EXPECT_EQ(progress.reports, (std::vector<std::vector<int>>{
+                                    {1, 5, 0}, {2, 5, 0}, {3, 5, 0}, {4, 5, 0}, {5, 5, 0}}));
+  }
+  for (int i = 0; i < 50 && firmwareUtils::hasRunningUpgradeWithCallback(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  EXPECT_FALSE(firmwareUtils::hasRunningUpgradeWithCallback());
+  EXPECT_TRUE(firmwareUtils::wasPreviousSuccess());
+  handler->setFirmwareUpgradeListener(nullptr);
+  callbackManagerHandler::cleanup();
+}
+
+TEST_F(SimScenario, FaultsGiveNeutralAnswersInTime) {
+  auto names = [] {
+    std::vector<std::string> found;
+    int rc = Service::getNamesofObject("default", "ethernet-interface", found);
+    return rc == config::kwOK && found.size() != 4 ? -1 : rc;
+  };
+  auto netReady = [] {
+    return static_cast<int>(statusUtils::isNetServiceReady(statusUtils::kNetworkReady, 500));
+  };
+  auto fans = [] {
+    std::vector<statusUtils::FanStatus> found;
+    return statusUtils::getFanStatus(found);
+  };
+  struct Case {
+    char const* fault;
+    std::function<int()> probe;
+    int expected;
+    int minimumMs;
+  } const cases[] = {
+      {"configmgr=down", names, config::kwCommError, 0},
+      {"configmgr=garbage", names, config::kwCommError, 0},
+      {"configmgr=close", names, config::kwCommError, 0},
+      {"configmgr=slow:300", names, config::kwOK, 300},
+      {"configmgr=none", names, config::kwOK, 0},
+      {"networkmgr=hung", netReady, 0, 450},
+      {"networkmgr=slow:200", netReady, 1, 200},
+      {"networkmgr=none", netReady, 1, 0},
+      {"hardwaremgr=garbage", fans, 0, 0},
+      {"all=none", fans, 1, 0},
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.fault);
+    ASSERT_EQ(runSim({"--control", "fault", c.fault}), 0);
+    auto start = Clock::now();
+    EXPECT_EQ(c.probe(), c.expected);
+    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+    EXPECT_GE(ms, c.minimumMs);
+    EXPECT_LT(ms, 2000);
+  }
+  // The control command refuses what it does not know.
+  EXPECT_EQ(runSim({"--control", "fault", "configmgr=melted"}), 1);
+  EXPECT_EQ(runSim({"--control", "fault", "nosuchmgr=down"}), 1);
+}
+
+}  // namespace
