@@ -79,8 +79,13 @@ int main(int argc, char** argv) {
   Shell shell(stdout, false, prompter);
   std::string line;
   while (true) {
-    fputs(kPrompt, stdout);
-    if (!std::getline(std::cin, line)) break;
+    if (!std::getline(std::cin, line)) {
+      fputs(kPrompt, stdout);
+      break;
+    }
+    // Comment lines of a script are not part of the session.
+    if (line.compare(0, 1, "#") == 0) continue;
+    printf("%s", kPrompt);
     printf("%s\n", line.c_str());
     fflush(stdout);
     if (!shell.execute(line)) break;

@@ -260,7 +260,7 @@ std::string Shell::text(std::string const& id) { return getErrorString(("@" + id
 
 bool Shell::execute(std::string const& line) {
   Words words = splitWords(line);
-  if (words.empty()) return true;
+  if (words.empty() || words[0][0] == '#') return true;
   Command const* best = nullptr;
   for (Command const& c : commands()) {
     if (words.size() >= c.words.size() &&
@@ -521,7 +521,7 @@ void Shell::showInterface(Words const& args) {
   }
   for (int i = 0; ethernetInterfaces::validKeys[i][0] != '\0'; ++i) {
     char const* v = record->findValue(ethernetInterfaces::validKeys[i]);
-    if (v != nullptr) print("  %-20s %s\n", ethernetInterfaces::validKeys[i], v);
+    if (v != nullptr) print("  %-20s %s\n", ethernetInterfaces::validKeys[i], *v == '\0' ? "-" : v);
   }
 }
 
@@ -688,7 +688,8 @@ void Shell::showHealth(Words const&) {
   }
   std::vector<su::CPUUsage> cpu;
   if (su::getCPUUsage(cpu) == 1 && !cpu.empty()) {
-    row("cpu", "usage", std::to_string(cpu.back().mUsage) + " % busy", cpu.back().mUsage < 90);
+    // The first sample is the whole machine, the others single processors.
+    row("cpu", "usage", std::to_string(cpu.front().mUsage) + " % busy", cpu.front().mUsage < 90);
   }
   unsigned size = 0, free = 0;
   if (su::getMemoryUse(size, free) == 1) {
