@@ -36,12 +36,13 @@ enum class Arg {
 class Shell;
 
 /// One command: its fixed words, its arguments (the last one repeats when `variadic`), the
-/// number of arguments it needs and the member function that carries it out.
+/// number of arguments it needs, their usage text and the member function that carries it out.
 struct Command {
   Words words;
   std::vector<Arg> args;
   size_t required;
   bool variadic;
+  char const* params;  ///< the arguments as usage shows them
   char const* help;
   void (Shell::*run)(Words const& args);
 };
