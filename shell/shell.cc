@@ -620,6 +620,7 @@ void Shell::deleteAggregate(Words const& args) { deleteObject(kAggregateType, ar
 void Shell::showDns(Words const&) {
   auto servers = own(nameServers::getNameServers());
   auto domains = own(nameServers::getSearchDomains());
+  if (!servers || !domains) return;
   print("name servers:   %s\n", joined(*servers, " ").c_str());
   print("search domains: %s\n", joined(*domains, " ").c_str());
 }
@@ -636,6 +637,7 @@ void Shell::setSearch(Words const& args) {
 
 void Shell::showNtp(Words const&) {
   auto servers = own(timeServers::getTimeServers());
+  if (!servers) return;
   print("time servers: %s\n", joined(*servers, " ").c_str());
 }
 
@@ -646,8 +648,10 @@ void Shell::setNtp(Words const& args) {
 
 void Shell::showHosts(Words const&) {
   auto addresses = own(hostsUtils::getAddresses());
+  if (!addresses) return;
   for (std::string const& a : *addresses) {
     auto names = own(hostsUtils::getHostnames(a));
+    if (!names) continue;
     print("%-40s %s\n", a.c_str(), joined(*names, " ").c_str());
   }
 }
