@@ -149,7 +149,8 @@ TEST_F(ShellTmuxTest, TypedSessionCompletesRefusesInTwoLanguagesUpgradesAndLeave
 
   // Ctrl-D on an empty line ends the shell with the terminal back in its cooked modes.
   keys("C-d");
-  EXPECT_NE(screenWith("left:").find("left: icanon echo\n"), std::string::npos)
+  EXPECT_NE(screenWith("left:").find("firmware upgrade complete\ncorvane>\nleft: icanon echo\n"),
+            std::string::npos)
       << screenWith("left:");
 }
 
