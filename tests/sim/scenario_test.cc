@@ -288,6 +288,35 @@ TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
   EXPECT_EQ(runSim({"--control", "status"}), 1);
 }
 
+TEST(SimCommandLine, ScenarioFileAndStartingFaultsAreHonoured) {
+  {
+    std::ofstream scenario("/tmp/scenario");
+    scenario << "# one failing fan\nfan X9 1234 500 3\nbogus line\ntemp T 99 70 80 4\n";
+  }
+  pid_t pid = -1;
+  ASSERT_EQ(runSim({"--scenario", "/tmp/scenario", "--fault", "processmgr=down"}, &pid), 0);
+  std::vector<statusUtils::FanStatus> fans;
+  std::vector<statusUtils::TempStatus> temps;
+  EXPECT_EQ(statusUtils::getFanStatus(fans), 1);
+  EXPECT_EQ(statusUtils::getTempStatus(temps), 1);
+  std::vector<statusUtils::VoltStatus> volts;
+  EXPECT_EQ(statusUtils::getVoltageStatus(volts), 1);
+  processManagerUtils::PlatformLogLevel level = processManagerUtils::kLevelInfo;
+  EXPECT_ANY_THROW(processManagerUtils::getPlatformLogLevel(level));
+  kill(pid, SIGTERM);
+  waitpid(pid, nullptr, 0);
+  ASSERT_EQ(fans.size(), 1u);
+  EXPECT_EQ(fans[0].mID, "X9");
+  EXPECT_EQ(fans[0].mFormatted, "1234 RPM");
+  EXPECT_FALSE(fans[0].mOk);
+  ASSERT_EQ(temps.size(), 1u);
+  EXPECT_EQ(temps[0].mValue, 99);
+  EXPECT_TRUE(temps[0].mOk);
+  EXPECT_TRUE(volts.empty());
+  EXPECT_NE(readFile("/var/log/corvane-sim.log").find("hardwaremgr: scenario line 3 skipped"),
+            std::string::npos);
+}
+
 class Progress : public FirmwareUpgradeListener {
  public:
   void firmwareUpgradeProgress(int step, int total, int code) override {
