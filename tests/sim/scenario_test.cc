@@ -31,6 +31,8 @@
 #include "corvane/log.h"
 #include "corvane/process_manager_utils.h"
 #include "corvane/status_utils.h"
+#include "corvane/user_store.h"
+#include "corvane/user_utils.h"
 
 namespace {
 
@@ -272,6 +274,29 @@ TEST_F(SimScenario, CatalogLogsReachTheLogReceiverAndSyslogFiles) {
                         "aggregate interface agg9."),
             std::string::npos)
       << syslog;
+}
+
+TEST_F(SimScenario, AccountsLiveInTheUserStoreFile) {
+  EXPECT_TRUE(userUtils::login("cli", "admin", "admin"));
+  EXPECT_EQ(userUtils::addUser("oper", "s3cret"), 0);
+  EXPECT_EQ(userUtils::addUser("oper", "again"), 1);
+  EXPECT_EQ(userUtils::addUser("a<b", "x"), 1);
+  EXPECT_EQ(userUtils::deleteUser("admin"), 1);  // kept: "nodelete"
+  EXPECT_TRUE(userUtils::login("cli", "oper", "s3cret"));
+  EXPECT_FALSE(userUtils::login("cli", "oper", "wrong"));
+  user::Store store;
+  ASSERT_TRUE(store.read_users("/etc/corvane/users.xml"));
+  ASSERT_EQ(store.accounts().size(), 2u);
+  user const* oper = store.find("oper");
+  ASSERT_NE(oper, nullptr);
+  EXPECT_EQ(oper->get("uid"), "1001");
+  EXPECT_EQ(oper->get("passwordencrypted"), "true");
+  EXPECT_EQ(oper->get("password").compare(0, 3, "$6$"), 0);  // never the plain text
+  EXPECT_EQ(userUtils::deleteUser("oper"), 0);
+  user::Store after;
+  ASSERT_TRUE(after.read_users("/etc/corvane/users.xml"));
+  EXPECT_EQ(after.find("oper"), nullptr);
+  EXPECT_NE(after.find("admin"), nullptr);
 }
 
 TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
