@@ -51,7 +51,13 @@ std::string joined(std::vector<std::string> const& words) {
 // --- Network manager ------------------------------------------------------------------
 class NetworkHandler : public BaseHandler<networkManager::networkManagerIf> {
  public:
-  explicit NetworkHandler(Sim& sim) : BaseHandler(sim, "networkmgr") {}
+  explicit NetworkHandler(Sim& sim) : BaseHandler(sim, "networkmgr") {
+    mSim.onReboot([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mVIPs.clear();
+      mCaptures.clear();
+    });
+  }
 
   void ConfigChange(std::string const& receiver, int32_t operation, std::string const& domain,
                     std::string const& type, std::string const& name,
@@ -211,7 +217,14 @@ class NetworkHandler : public BaseHandler<networkManager::networkManagerIf> {
 // --- Process manager ------------------------------------------------------------------
 class ProcessHandler : public BaseHandler<processManager::processManagerIf> {
  public:
-  explicit ProcessHandler(Sim& sim) : BaseHandler(sim, "processmgr") {}
+  explicit ProcessHandler(Sim& sim) : BaseHandler(sim, "processmgr") {
+    mSim.onReboot([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mProcesses.clear();
+      mUnhealthy.clear();
+      mLevel = "info";
+    });
+  }
 
   int32_t requestReboot() override { return recorded("reboot requested", 0); }
   void reboot() override { event("reboot"); }
@@ -315,18 +328,14 @@ bool storable(std::string const& text) { return text.find_first_of("<&") == std:
 
 class UserHandler : public BaseHandler<userManager::userManagerIf> {
  public:
-  // Seeds the file and its factory copy with the "admin" account (password "admin") when the
-  // appliance has none, as a freshly installed one would.
   explicit UserHandler(Sim& sim) : BaseHandler(sim, "usermgr") {
-    if (access(kUsersFile, F_OK) == 0) return;
-    Account admin{{"name", "admin"}, {"uid", "1000"},       {"nodelete", "true"},
-                  {"home", "/"},     {"shell", "/bin/cli"}, {"description", "Administrator"}};
-    setPassword(admin, "admin");
-    admin["defaultpassword"] = "true";
-    std::map<std::string, Account> accounts{{"admin", admin}};
-    if (save(accounts, kUsersFile) && access(kUsersFactoryFile, F_OK) != 0) {
-      save(accounts, kUsersFactoryFile);
-    }
+    seed();
+    // The accounts are in the file (a reset restores it); the keys were in memory.
+    mSim.onReboot([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mKeys.clear();
+      seed();
+    });
   }
 
   bool login(std::string const& type, std::string const& user, std::string const& pw) override {
@@ -421,6 +430,20 @@ class UserHandler : public BaseHandler<userManager::userManagerIf> {
               rename(stage.c_str(), path) == 0;
     if (!ok) unlink(stage.c_str());
     return ok;
+  }
+
+  // Seeds the file and its factory copy with the "admin" account (password "admin") when the
+  // appliance has none, as a freshly installed one would.
+  void seed() {
+    if (access(kUsersFile, F_OK) == 0) return;
+    Account admin{{"name", "admin"}, {"uid", "1000"},       {"nodelete", "true"},
+                  {"home", "/"},     {"shell", "/bin/cli"}, {"description", "Administrator"}};
+    setPassword(admin, "admin");
+    admin["defaultpassword"] = "true";
+    std::map<std::string, Account> accounts{{"admin", admin}};
+    if (save(accounts, kUsersFile) && access(kUsersFactoryFile, F_OK) != 0) {
+      save(accounts, kUsersFactoryFile);
+    }
   }
 
   static bool setPassword(Account& account, std::string const& pw) {
