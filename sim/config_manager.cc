@@ -111,13 +111,15 @@ void validate(std::string const& type, ValueList const& list) {
 class ConfigHandler : public BaseHandler<configManager::configManagerIf> {
  public:
   explicit ConfigHandler(Sim& sim) : BaseHandler(sim, "configmgr") {
-    for (int i = 0; i < kSeededInterfaces; ++i) {
-      ConfigStore::Object object;
-      object.value = seededInterface(i);
-      object.admin = i == 0 ? 1 : 0;
-      object.op = i == 0 ? 0 : 1;
-      mSim.config.put({kDomain, kEthernet, "eth" + std::to_string(i)}, object);
-    }
+    seed();
+    mSim.onReboot([this] {
+      mSim.config.clear();
+      seed();
+      std::lock_guard<std::mutex> lock(mMutex);
+      mTimezone = "Etc/UTC";
+      mNodename.clear();
+      mHosts.clear();
+    });
   }
 
   bool setTimezone(std::string const& zone) override {
@@ -309,6 +311,16 @@ class ConfigHandler : public BaseHandler<configManager::configManagerIf> {
   void sendInitOpState() override { event("initial operational states sent"); }
 
  private:
+  void seed() {
+    for (int i = 0; i < kSeededInterfaces; ++i) {
+      ConfigStore::Object object;
+      object.value = seededInterface(i);
+      object.admin = i == 0 ? 1 : 0;
+      object.op = i == 0 ? 0 : 1;
+      mSim.config.put({kDomain, kEthernet, "eth" + std::to_string(i)}, object);
+    }
+  }
+
   std::mutex mMutex;
   std::string mTimezone = "Etc/UTC";
   std::string mNodename;

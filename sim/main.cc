@@ -28,11 +28,13 @@ char const kUsage[] =
     "services: configmgr hardwaremgr networkmgr processmgr usermgr firmwaremgr statusmgr\n"
     "          logreceiver all\n"
     "modes: none down hung garbage close slow (MS: delay of slow, default 2000)\n"
-    "control commands: fault SERVICE=MODE[:MS] | clear | status | quit\n";
+    "control commands: fault SERVICE=MODE[:MS] | clear | status | reboot | quit\n";
 
 int const kControlTimeoutMs = 2000;
 
 struct Managers {
+  explicit Managers(Sim& simulator) : sim(simulator) {}
+  Sim& sim;
   std::vector<std::unique_ptr<ManagerServer>> servers;
   std::atomic<bool> quit{false};
 
@@ -83,6 +85,11 @@ struct Managers {
       return "ok\n";
     }
     if (verb == "status") return "ok\n" + status();
+    // What "telinit 6" on the appliance amounts to; faults stay as they are.
+    if (verb == "reboot") {
+      sim.reboot();
+      return "ok\n";
+    }
     if (verb == "quit") {
       quit = true;
       return "ok\n";
@@ -207,7 +214,7 @@ int run(int argc, char** argv) {
   pthread_sigmask(SIG_BLOCK, &stops, nullptr);
 
   Sim sim(options);
-  Managers managers;
+  Managers managers(sim);
   struct Entry {
     char const* service;
     std::shared_ptr<apache::thrift::TProcessor> (*make)(Sim&);

@@ -3,12 +3,15 @@
 // Simulated network, process, user, firmware and status managers, the log receiver and the
 // syslog sink.
 
+#include <crypt.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <set>
 
 #include <thrift/protocol/TBinaryProtocol.h>
@@ -27,6 +30,7 @@
 #include "corvane/appliance_utils.h"
 #include "corvane/client.h"
 #include "corvane/config_value.h"
+#include "corvane/user_store.h"
 #include "sim.h"
 
 namespace corvane {
@@ -48,7 +52,13 @@ std::string joined(std::vector<std::string> const& words) {
 // --- Network manager ------------------------------------------------------------------
 class NetworkHandler : public BaseHandler<networkManager::networkManagerIf> {
  public:
-  explicit NetworkHandler(Sim& sim) : BaseHandler(sim, "networkmgr") {}
+  explicit NetworkHandler(Sim& sim) : BaseHandler(sim, "networkmgr") {
+    mSim.onReboot([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mVIPs.clear();
+      mCaptures.clear();
+    });
+  }
 
   void ConfigChange(std::string const& receiver, int32_t operation, std::string const& domain,
                     std::string const& type, std::string const& name,
@@ -208,7 +218,14 @@ class NetworkHandler : public BaseHandler<networkManager::networkManagerIf> {
 // --- Process manager ------------------------------------------------------------------
 class ProcessHandler : public BaseHandler<processManager::processManagerIf> {
  public:
-  explicit ProcessHandler(Sim& sim) : BaseHandler(sim, "processmgr") {}
+  explicit ProcessHandler(Sim& sim) : BaseHandler(sim, "processmgr") {
+    mSim.onReboot([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mProcesses.clear();
+      mUnhealthy.clear();
+      mLevel = "info";
+    });
+  }
 
   int32_t requestReboot() override { return recorded("reboot requested", 0); }
   void reboot() override { event("reboot"); }
@@ -281,37 +298,83 @@ class ProcessHandler : public BaseHandler<processManager::processManagerIf> {
   std::string mLevel = "info";
 };
 
-// --- User manager: accounts in memory -------------------------------------------------
+// --- User manager: accounts in the user store ------------------------------------------
+char const kUsersFile[] = "/etc/corvane/users.xml";
+char const kUsersFactoryFile[] = "/etc/corvane/users.xml.orig";
+
+using Account = std::map<std::string, std::string>;  // element name -> text, as in the store
+
+// Passwords are kept as SHA-512 crypt hashes, flagged by "passwordencrypted"; a factory file
+// may carry plain text instead. Empty when hashing fails.
+std::string hashPassword(std::string const& password) {
+  char salt[CRYPT_GENSALT_OUTPUT_SIZE];
+  auto data = std::make_unique<crypt_data>();
+  if (crypt_gensalt_rn("$6$", 0, nullptr, 0, salt, sizeof salt) == nullptr) return "";
+  char const* hash = crypt_r(password.c_str(), salt, data.get());
+  return hash != nullptr && hash[0] == '$' ? hash : "";
+}
+
+bool passwordMatches(Account const& account, std::string const& password) {
+  auto stored = account.find("password");
+  if (stored == account.end() || stored->second.empty()) return false;
+  auto encrypted = account.find("passwordencrypted");
+  if (encrypted == account.end() || encrypted->second != "true") return stored->second == password;
+  auto data = std::make_unique<crypt_data>();
+  char const* hash = crypt_r(password.c_str(), stored->second.c_str(), data.get());
+  return hash != nullptr && stored->second == hash;
+}
+
+// The store writes texts unescaped: names that would break the file are refused.
+bool storable(std::string const& text) { return text.find_first_of("<&") == std::string::npos; }
+
 class UserHandler : public BaseHandler<userManager::userManagerIf> {
  public:
-  explicit UserHandler(Sim& sim) : BaseHandler(sim, "usermgr") { mUsers["admin"] = "admin"; }
+  explicit UserHandler(Sim& sim) : BaseHandler(sim, "usermgr") {
+    seed();
+    // The accounts are in the file (a reset restores it); the keys were in memory.
+    mSim.onReboot([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mKeys.clear();
+      seed();
+    });
+  }
 
   bool login(std::string const& type, std::string const& user, std::string const& pw) override {
     std::lock_guard<std::mutex> lock(mMutex);
-    auto it = mUsers.find(user);
-    bool ok = it != mUsers.end() && it->second == pw;
+    auto accounts = load();
+    auto it = accounts.find(user);
+    bool ok = it != accounts.end() && passwordMatches(it->second, pw);
     event("login " + type + " " + user + (ok ? " accepted" : " refused"));
     return ok;
   }
   bool changePasswd(std::string const&, std::string const& user, std::string const& pw) override {
     std::lock_guard<std::mutex> lock(mMutex);
-    auto it = mUsers.find(user);
-    if (it == mUsers.end() || pw.empty()) return false;
-    it->second = pw;
+    auto accounts = load();
+    auto it = accounts.find(user);
+    if (it == accounts.end() || pw.empty() || !setPassword(it->second, pw)) return false;
+    if (!save(accounts, kUsersFile)) return false;
     event("password of " + user + " changed");
     return true;
   }
   int32_t addUser(std::string const& user, std::string const& pw) override {
-    if (user.empty()) return 1;
+    if (user.empty() || !storable(user)) return 1;
     std::lock_guard<std::mutex> lock(mMutex);
-    if (!mUsers.emplace(user, pw).second) return 1;
+    int highest = 0;
+    auto accounts = load(&highest);
+    Account account{{"name", user},
+                    {"uid", std::to_string(std::max(highest, 1000) + 1)},
+                    {"home", "/"},
+                    {"shell", "/bin/cli"}};
+    if (accounts.count(user) != 0 || !setPassword(account, pw)) return 1;
+    accounts[user] = account;
+    if (!save(accounts, kUsersFile)) return 1;
     event("user " + user + " added");
     return 0;
   }
   int32_t sshKeyAdd(std::string const& user, std::string const& keyfile) override {
     std::lock_guard<std::mutex> lock(mMutex);
-    if (mUsers.count(user) == 0) return 1;
-    mKeys[user] = keyfile;
+    if (load().count(user) == 0) return 1;
+    mKeys[user] = keyfile;  // the store has no place for keys
     return 0;
   }
   int32_t sshKeyDel(std::string const& user) override {
@@ -320,19 +383,81 @@ class UserHandler : public BaseHandler<userManager::userManagerIf> {
   }
   int32_t deleteUser(std::string const& user) override {
     std::lock_guard<std::mutex> lock(mMutex);
+    auto accounts = load();
+    auto it = accounts.find(user);
+    if (it == accounts.end() || it->second["nodelete"] == "true") return 1;
+    accounts.erase(it);
+    if (!save(accounts, kUsersFile)) return 1;
     mKeys.erase(user);
-    if (mUsers.erase(user) == 0) return 1;
     event("user " + user + " deleted");
     return 0;
   }
   void listUsers(std::vector<std::string>& r) override {
     std::lock_guard<std::mutex> lock(mMutex);
-    for (auto const& entry : mUsers) r.push_back(entry.first);
+    for (auto const& entry : load()) r.push_back(entry.first);
   }
 
  private:
+  // The file is read afresh for every call, so that edits by others (a device reset restoring
+  // the factory copy) count at once.
+  static std::map<std::string, Account> load(int* highest = nullptr) {
+    user::Store store;
+    std::map<std::string, Account> accounts;
+    if (!store.read_users(kUsersFile)) return accounts;
+    for (auto const& entry : store.accounts()) accounts[entry.first] = entry.second->mValues;
+    if (highest != nullptr) *highest = store.highestUid();
+    return accounts;
+  }
+
+  // The store takes accounts only from a file: they are staged in its format next to `path`,
+  // read back, written by the store and moved into place.
+  static bool save(std::map<std::string, Account> const& accounts, char const* path) {
+    std::string stage = std::string(path) + ".new";
+    {
+      std::ofstream out(stage, std::ios::trunc);
+      out << "<users>";
+      for (auto const& account : accounts) {
+        out << "<user>";
+        for (auto const& e : account.second)
+          out << "<" << e.first << ">" << e.second << "</" << e.first << ">";
+        out << "</user>";
+      }
+      out << "</users>";
+      out.flush();
+    }
+    user::Store store;
+    // A failed staging write leaves a file the store refuses to read.
+    bool ok = store.read_users(stage.c_str()) && store.write(stage.c_str()) &&
+              rename(stage.c_str(), path) == 0;
+    if (!ok) unlink(stage.c_str());
+    return ok;
+  }
+
+  // Seeds the file and its factory copy with the "admin" account (password "admin") when the
+  // appliance has none, as a freshly installed one would.
+  void seed() {
+    if (access(kUsersFile, F_OK) == 0) return;
+    Account admin{{"name", "admin"}, {"uid", "1000"},       {"nodelete", "true"},
+                  {"home", "/"},     {"shell", "/bin/cli"}, {"description", "Administrator"}};
+    setPassword(admin, "admin");
+    admin["defaultpassword"] = "true";
+    std::map<std::string, Account> accounts{{"admin", admin}};
+    if (save(accounts, kUsersFile) && access(kUsersFactoryFile, F_OK) != 0) {
+      save(accounts, kUsersFactoryFile);
+    }
+  }
+
+  static bool setPassword(Account& account, std::string const& pw) {
+    std::string hash = hashPassword(pw);
+    if (hash.empty()) return false;
+    account["password"] = hash;
+    account["passwordencrypted"] = "true";
+    account["defaultpassword"] = "false";
+    account["passwordexpired"] = "false";
+    return true;
+  }
+
   std::mutex mMutex;
-  std::map<std::string, std::string> mUsers;
   std::map<std::string, std::string> mKeys;
 };
 

@@ -171,6 +171,11 @@ bool ConfigStore::erase(Key const& key) {
   return mObjects.erase(key) != 0;
 }
 
+void ConfigStore::clear() {
+  std::lock_guard<std::mutex> lock(mMutex);
+  mObjects.clear();
+}
+
 bool ConfigStore::has(Key const& key) const {
   std::lock_guard<std::mutex> lock(mMutex);
   return mObjects.count(key) != 0;
@@ -189,6 +194,17 @@ std::vector<std::string> ConfigStore::names(std::string const& domain,
 }
 
 Sim::Sim(Options const& opts) : options(opts), events("/var/log/corvane-sim.log", opts.verbose) {}
+
+void Sim::onReboot(std::function<void()> hook) {
+  std::lock_guard<std::mutex> lock(mRebootMutex);
+  mRebootHooks.push_back(std::move(hook));
+}
+
+void Sim::reboot() {
+  std::lock_guard<std::mutex> lock(mRebootMutex);
+  for (auto const& hook : mRebootHooks) hook();
+  events.write("corvane-sim", "rebooted: managers back in their starting state");
+}
 
 ManagerServer::ManagerServer(Sim& sim, std::string service, std::shared_ptr<TProcessor> processor)
     : mSim(sim),

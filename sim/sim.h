@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -77,6 +78,7 @@ class ConfigStore {
   bool erase(Key const& key);
   std::vector<std::string> names(std::string const& domain, std::string const& type) const;
   bool has(Key const& key) const;
+  void clear();
 
  private:
   mutable std::mutex mMutex;
@@ -89,6 +91,17 @@ struct Sim {
   EventLog events;
   ConfigStore config;
   std::atomic<bool> stopping{false};
+
+  // Registers what a manager does when the appliance reboots; handlers live as long as the
+  // simulator runs.
+  void onReboot(std::function<void()> hook);
+  // The appliance reboots (the reboot request of a device reset): every manager goes back to
+  // the state it started in, and the event is recorded.
+  void reboot();
+
+ private:
+  std::mutex mRebootMutex;
+  std::vector<std::function<void()>> mRebootHooks;
 };
 
 // One manager's Thrift server: a threaded server on [::] at the services-database port of

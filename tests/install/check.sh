@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) 2026 The libcorvane authors
 # Installs the built library into a scratch prefix, checks its SONAME, builds the first-program
-# example with pkg-config and with find_package, and runs both in the sandbox against the
-# fake managers.
+# example with pkg-config and with find_package, and runs both against the installed simulator
+# in the installed sandbox launcher.
 #   tests/install/check.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -35,12 +35,15 @@ cmake --build "$prefix/fp/build" >/dev/null
 expected="retries: 3
 appliance-1: accepted
 Bad_Name: The text does not have the required form.
-initial configuration complete: no
-asked again: no"
+initial configuration complete: yes
+asked again: yes"
 resources=$(dirname "$(find "$prefix" -path '*/resource/corvane' -type d | head -n 1)")
+sim="$prefix/bin/corvane-sim"
 for prog in "$prefix/first-pc" "$prefix/fp/build/first-cmake"; do
-  out=$("$here/../sandbox/run" --resources "$resources" sh -c \
-    "'$build/examples/fake_managers' 20 >/dev/null & sleep 0.5; '$prog'; kill \$!")
+  # The control socket answers once every manager listens (waited for up to 10 s).
+  out=$("$prefix/bin/corvane-sandbox" --resources "$resources" sh -c \
+    "'$sim' >/dev/null & for i in \$(seq 100); do '$sim' --control status >/dev/null 2>&1 && break
+     sleep 0.1; done; '$prog'; '$sim' --control quit >/dev/null; wait")
   [ "$out" = "$expected" ] || { echo "$prog printed:"; echo "$out"; exit 1; }
 done
-echo "first program built with pkg-config and find_package, runs against the fake managers"
+echo "first program built with pkg-config and find_package, runs against corvane-sim"

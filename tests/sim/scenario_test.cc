@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +32,8 @@
 #include "corvane/log.h"
 #include "corvane/process_manager_utils.h"
 #include "corvane/status_utils.h"
+#include "corvane/user_store.h"
+#include "corvane/user_utils.h"
 
 namespace {
 
@@ -274,6 +277,29 @@ TEST_F(SimScenario, CatalogLogsReachTheLogReceiverAndSyslogFiles) {
       << syslog;
 }
 
+TEST_F(SimScenario, AccountsLiveInTheUserStoreFile) {
+  EXPECT_TRUE(userUtils::login("cli", "admin", "admin"));
+  EXPECT_EQ(userUtils::addUser("oper", "s3cret"), 0);
+  EXPECT_EQ(userUtils::addUser("oper", "again"), 1);
+  EXPECT_EQ(userUtils::addUser("a<b", "x"), 1);
+  EXPECT_EQ(userUtils::deleteUser("admin"), 1);  // kept: "nodelete"
+  EXPECT_TRUE(userUtils::login("cli", "oper", "s3cret"));
+  EXPECT_FALSE(userUtils::login("cli", "oper", "wrong"));
+  user::Store store;
+  ASSERT_TRUE(store.read_users("/etc/corvane/users.xml"));
+  ASSERT_EQ(store.accounts().size(), 2u);
+  user const* oper = store.find("oper");
+  ASSERT_NE(oper, nullptr);
+  EXPECT_EQ(oper->get("uid"), "1001");
+  EXPECT_EQ(oper->get("passwordencrypted"), "true");
+  EXPECT_EQ(oper->get("password").compare(0, 3, "$6$"), 0);  // never the plain text
+  EXPECT_EQ(userUtils::deleteUser("oper"), 0);
+  user::Store after;
+  ASSERT_TRUE(after.read_users("/etc/corvane/users.xml"));
+  EXPECT_EQ(after.find("oper"), nullptr);
+  EXPECT_NE(after.find("admin"), nullptr);
+}
+
 TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
   std::vector<std::vector<std::string>> const cases = {
       {"--bogus"},
@@ -394,6 +420,34 @@ TEST_F(SimScenario, FaultsGiveNeutralAnswersInTime) {
   // The control command refuses what it does not know.
   EXPECT_EQ(runSim({"--control", "fault", "configmgr=melted"}), 1);
   EXPECT_EQ(runSim({"--control", "fault", "nosuchmgr=down"}), 1);
+}
+
+// Last of the scenario: the reset empties /var/log and the configuration.
+TEST_F(SimScenario, DeviceResetRebootsTheSimulatorIntoItsSeededState) {
+  // On the appliance "telinit 6" reboots the managers: here the stand-in tells the simulator.
+  {
+    std::ofstream hook("/sandbox/results/telinit.run");
+    hook << "#!/bin/sh\nexec " CORVANE_SIM_PROGRAM " --control reboot >/dev/null\n";
+  }
+  ASSERT_EQ(chmod("/sandbox/results/telinit.run", 0755), 0);
+  types::KeyValPair record{{"name", "eth0"}, {"MTU", "9000"}, {"IPAddress", "10.9.9.9/24"}};
+  ASSERT_EQ(ethernetInterfaces::setInterface(record), 0);
+  ASSERT_EQ(userUtils::addUser("temp", "pw"), 0);
+  std::vector<applianceUtils::resetFileError> errors;
+  std::vector<std::string> messages;
+  EXPECT_EQ(applianceUtils::deviceRESET(errors, messages), 0);
+  EXPECT_EQ(messages, (std::vector<std::string>{"cli_dev_reset_complete", "cli_gen_print_ok"}));
+  EXPECT_EQ(readFile("/sandbox/calls/telinit"), "6\n");
+  EXPECT_NE(readFile("/var/log/corvane-sim.log").find("corvane-sim: rebooted"), std::string::npos);
+  std::unique_ptr<types::KeyValPair> eth0(ethernetInterfaces::getInterface("eth0"));
+  ASSERT_NE(eth0, nullptr);
+  EXPECT_STREQ(eth0->findValue("MTU"), "1500");
+  EXPECT_STREQ(eth0->findValue("IPAddress"), "192.168.1.10/24");
+  std::vector<std::string> names{"left over"};
+  EXPECT_EQ(Service::getNamesofObject("default", "vlan-interface", names), config::kwOK);
+  EXPECT_TRUE(names.empty());
+  ASSERT_TRUE(userUtils::listUsers(names));
+  EXPECT_EQ(names, std::vector<std::string>{"admin"});
 }
 
 }  // namespace
