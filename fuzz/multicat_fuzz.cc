@@ -19,8 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   int argc = (data[0] >> 5) % 4;
   std::string text(reinterpret_cast<char const*>(data + 1), size - 1);
   text = text.c_str();
-  icu::Formattable args[3] = {icu::Formattable(static_cast<int32_t>(42)),
-                              icu::Formattable("eth0"), icu::Formattable(2.5)};
+  icu::Formattable args[3] = {icu::Formattable(static_cast<int32_t>(42)), icu::Formattable("eth0"),
+                              icu::Formattable(2.5)};
   // Exactly the buffer's size, so overruns reach the address sanitizer.
   std::vector<char> out(outSize);
   (void)catalog.expand(text.c_str(), out.data(), out.size(), argc, argc == 0 ? nullptr : args);

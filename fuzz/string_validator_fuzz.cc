@@ -20,8 +20,10 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
 
   validator::String check("fuzz");
   check.addPattern(pattern.c_str());
-  if (!bytes.empty() && (bytes[0] & 1)) check.setMinLength(static_cast<unsigned char>(bytes[0]) % 8);
-  if (!bytes.empty() && (bytes[0] & 2)) check.setMaxLength(static_cast<unsigned char>(bytes[0]) % 64);
+  if (!bytes.empty() && (bytes[0] & 1))
+    check.setMinLength(static_cast<unsigned char>(bytes[0]) % 8);
+  if (!bytes.empty() && (bytes[0] & 2))
+    check.setMaxLength(static_cast<unsigned char>(bytes[0]) % 64);
   (void)check.Matches(text);
   SimpleValue value(text);
   if (!check.Valid(&value)) (void)check.message();
