@@ -145,6 +145,7 @@ TEST(FaultsTest, EveryOperationGivesItsNeutralAnswerQuickly) {
   // Every manager the operations reach is present, so that a fault of one is seen alone.
   testing::FakeManagers managers;
   for (auto const& op : kOperations) answer(op);  // loggers and catalogs open their descriptors
+  for (auto const& op : kOperations) managers.get(op.service).waitUntilIdle();
   int descriptors = testing::openDescriptorCount();
   for (auto const& fault : kFaults) {
     for (auto const& op : kOperations) expectNeutral(managers, fault, op);

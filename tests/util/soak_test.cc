@@ -117,9 +117,12 @@ TEST(SoakTest, TenThousandMixedOperationsLeaveNothingBehind) {
   EXPECT_EQ(descriptors, testing::openDescriptorCount());
   EXPECT_EQ(tmpBefore, tmpEntries());
   long endRss = residentKiB();
+#ifndef CORVANE_SOAK_SANITIZED
   // Allocator caches settle during the warm-up; a leak of even 100 bytes per operation
-  // would show as far more than this.
+  // would show as far more than this. (A sanitizer's quarantine keeps freed memory resident,
+  // so there the leak checker judges instead.)
   EXPECT_LT(endRss - warmRss, 1024) << warmRss << " KiB after warm-up, " << endRss << " at the end";
+#endif
   std::printf(
       "soak: validators %d, launches %d, manager calls %d, catalog %d, XML %d; "
       "RSS %ld -> %ld KiB\n",
