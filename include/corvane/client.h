@@ -50,7 +50,8 @@ extern CORVANE_EXPORT char const* const kManagerHost;
 /// or a reply claiming more bytes than it sends: the protocol has no size limits) blocks until
 /// the manager closes the connection; every wrapper of the library that passes 0 inherits this.
 /// Never returns null: any failure throws the Thrift (or allocation) exception, after
-/// releasing whatever was built. Sets the Thrift error-output hook to `log::thrifterr` (on the first call only).
+/// releasing whatever was built. The first call sets the Thrift error-output hook to
+/// `log::thrifterr`.
 /// Instantiated for the eight manager clients, `baseManagerClient` and `logReceiverClient`.
 /// Safe to call from any thread.
 template <class T>
