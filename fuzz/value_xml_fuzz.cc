@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
 // Fuzz target: value trees read from XML, all their renderings, and the property that the XML
-// rendering, once it parses again, is stable: rendering what it reads back gives it again.
+// rendering of a structure, once it parses again, is stable: rendering what it reads back
+// gives it again.
 
 #include <cstdint>
 #include <cstdlib>
@@ -54,6 +55,9 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   std::unique_ptr<Value> copy(value->clone());
   if (copy->asXML() != xml) std::abort();
 
+  // Only a structure is wrapped ("<object>") at the top: an array or a text renders without a
+  // document element of its own and reads back as something else, by design.
+  if (dynamic_cast<config::StructValue*>(value.get()) == nullptr) return 0;
   std::unique_ptr<Value> again = read(xml);
   if (again == nullptr) return 0;  // texts are written unescaped: not every rendering parses
   std::string second = again->asXML();
