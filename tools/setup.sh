@@ -14,6 +14,7 @@ packages=(
   iproute2 ipcalc-ng util-linux
   doxygen
   tmux
+  clang libclang-rt-14-dev
 )
 
 missing=()

@@ -23,3 +23,6 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 
 # The threaded parts (callback server, logger) under ThreadSanitizer.
 bash tools/tsan.sh
+
+# Every parser of outside input under libFuzzer for a few seconds each.
+bash tools/fuzz.sh 8

@@ -2,13 +2,14 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) 2026 The libcorvane authors
 # Thread-sanitizer run of the tests that exercise the library's own thread (the callback
-# server) and the logger it reconfigures from that thread. Builds only what they need in
+# server) and the logger it reconfigures from that thread, concurrent clients and the
+# device-reset lock. Builds only what they need in
 # build-tsan and runs them under ctest, each in its own sandbox.
 #   bash tools/tsan.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
-tests=(services_callback_manager_test log_logger_test)
+tests=(services_callback_manager_test log_logger_test services_concurrency_test)
 
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DCORVANE_TSAN=ON -DCORVANE_SANITIZE=OFF \
   -DCORVANE_TESTS=ON -DCORVANE_BENCH=OFF -DCORVANE_EXAMPLES=OFF >/dev/null

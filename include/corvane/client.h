@@ -46,8 +46,12 @@ extern CORVANE_EXPORT char const* const kManagerHost;
 /// Returns a newly allocated client connected to the manager on `port` of the manager host.
 /// Caller owns; free with delete (this closes the connection). `timeout` is the send and
 /// receive limit in milliseconds; 0 leaves both unlimited. Connecting gives up after 1000 ms.
+/// Deliberately, with 0 a call on a manager that accepts but never completes its reply (hung,
+/// or a reply claiming more bytes than it sends: the protocol has no size limits) blocks until
+/// the manager closes the connection; every wrapper of the library that passes 0 inherits this.
 /// Never returns null: any failure throws the Thrift (or allocation) exception, after
-/// releasing whatever was built. Sets the Thrift error-output hook to `log::thrifterr`.
+/// releasing whatever was built. The first call sets the Thrift error-output hook to
+/// `log::thrifterr`.
 /// Instantiated for the eight manager clients, `baseManagerClient` and `logReceiverClient`.
 /// Safe to call from any thread.
 template <class T>
@@ -76,7 +80,8 @@ extern template ::logReceiverClient* getClient<::logReceiverClient>(int, int);
 /// The wrapper pattern shared by the library's thin manager wrappers: open a client of
 /// `service` with `timeout`, hand it to `call`, and delete it on every path. A Thrift
 /// exception (transport, protocol, application or declared) becomes `neutral`; any other
-/// exception propagates. `call` takes `T&` and returns something convertible to R.
+/// exception propagates. `call` takes `T&` and returns something convertible to R. With
+/// `timeout` 0 a hung manager blocks the call, deliberately (see `getClient`).
 template <class T, class R, class Call>
 R callManager(char const* service, int timeout, R neutral, Call&& call) {
   try {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <mutex>
 
 #include <thrift/TOutput.h>
 #include <thrift/protocol/TBinaryProtocol.h>
@@ -45,7 +46,10 @@ T* getClient(int port, int timeout) {
   using apache::thrift::transport::TBufferedTransport;
   using apache::thrift::transport::TSocket;
 
-  apache::thrift::GlobalOutput.setOutputFunction(&log::thrifterr);
+  // Once: the hook is a plain global of Thrift's, and writing it on every call raced between
+  // threads that make clients at the same time.
+  static std::once_flag hooked;
+  std::call_once(hooked, [] { apache::thrift::GlobalOutput.setOutputFunction(&log::thrifterr); });
 
   auto socket = std::make_shared<TSocket>(kManagerHost, port);
   socket->setConnTimeout(kConnectTimeoutMs);

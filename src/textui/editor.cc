@@ -329,7 +329,9 @@ void Editor::show(unsigned char c) {
     mScreen += '^';
     mScreen += static_cast<char>(c == kDel ? '?' : c + '@');
   } else if (c >= 0x80 && (mFlags & kMetaMode) != 0) {
+    // The "M" takes a column of its own; the rest counts itself.
     mScreen += 'M';
+    ++mCursor;
     show(c & 0x7f);
     return;
   } else {
