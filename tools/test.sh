@@ -2,8 +2,9 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) 2026 The libcorvane authors
 # Installs what is missing, builds, and runs the whole test suite, each test program in its
-# own appliance sandbox; then the same suite again under address and undefined-behaviour
-# sanitizers.
+# own appliance sandbox; the API reference; the same suite again under address and
+# undefined-behaviour sanitizers; the threaded tests under the thread sanitizer; and a short
+# fuzz run of every parser.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/setup.sh
