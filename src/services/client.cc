@@ -40,16 +40,25 @@ constexpr uint32_t kBufferSize = 512;
 
 }  // namespace
 
+namespace {
+
+// Once: the hook is a plain global of Thrift's, and writing it on every call raced between
+// threads that make clients at the same time. Outside the exported templates, so that the
+// once-machinery's instances stay private.
+void hookThriftOutput() {
+  static std::once_flag hooked;
+  std::call_once(hooked, [] { apache::thrift::GlobalOutput.setOutputFunction(&log::thrifterr); });
+}
+
+}  // namespace
+
 template <class T>
 T* getClient(int port, int timeout) {
   using apache::thrift::protocol::TBinaryProtocol;
   using apache::thrift::transport::TBufferedTransport;
   using apache::thrift::transport::TSocket;
 
-  // Once: the hook is a plain global of Thrift's, and writing it on every call raced between
-  // threads that make clients at the same time.
-  static std::once_flag hooked;
-  std::call_once(hooked, [] { apache::thrift::GlobalOutput.setOutputFunction(&log::thrifterr); });
+  hookThriftOutput();
 
   auto socket = std::make_shared<TSocket>(kManagerHost, port);
   socket->setConnTimeout(kConnectTimeoutMs);
