@@ -39,11 +39,11 @@ struct Managers {
   std::atomic<bool> quit{false};
 
   // Applies "SERVICE=MODE[:MS]"; an error text, empty on success.
-  std::string apply(std::string const& spec) {
-    size_t eq = spec.find('=');
+  std::string apply(std::string const& setting) {
+    size_t eq = setting.find('=');
     if (eq == std::string::npos) return "expected SERVICE=MODE";
-    std::string service = spec.substr(0, eq);
-    std::string mode = spec.substr(eq + 1);
+    std::string service = setting.substr(0, eq);
+    std::string mode = setting.substr(eq + 1);
     int ms = 0;
     size_t colon = mode.find(':');
     if (colon != std::string::npos) {
@@ -228,10 +228,10 @@ int run(int argc, char** argv) {
   for (Entry const& e : entries) {
     managers.servers.emplace_back(new ManagerServer(sim, e.service, e.make(sim)));
   }
-  for (auto const& spec : faults) {
-    std::string error = managers.apply(spec);
+  for (auto const& setting : faults) {
+    std::string error = managers.apply(setting);
     if (!error.empty()) {
-      fprintf(stderr, "corvane-sim: --fault %s: %s\n", spec.c_str(), error.c_str());
+      fprintf(stderr, "corvane-sim: --fault %s: %s\n", setting.c_str(), error.c_str());
       return 2;
     }
   }
