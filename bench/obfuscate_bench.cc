@@ -16,6 +16,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "cpu_ratio.h"
+
 #include "corvane/utils.h"
 
 namespace {
@@ -75,12 +77,6 @@ int bare() {
   return std::fclose(out);
 }
 
-double threadSeconds() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 void BM_ObfuscateFile(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(corvane::utils::obfuscateFile(kInput, kOutput));
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kSize));
@@ -95,18 +91,8 @@ BENCHMARK(BM_BareBase64)->Unit(benchmark::kMillisecond);
 
 // Alternates the two in every iteration and compares their CPU time.
 void BM_ObfuscateRatio(benchmark::State& state) {
-  double ours = 0;
-  double theirs = 0;
-  for (auto _ : state) {
-    double t0 = threadSeconds();
-    benchmark::DoNotOptimize(corvane::utils::obfuscateFile(kInput, kOutput));
-    double t1 = threadSeconds();
-    benchmark::DoNotOptimize(bare());
-    double t2 = threadSeconds();
-    ours += t1 - t0;
-    theirs += t2 - t1;
-  }
-  state.counters["ratio"] = ours / theirs;
+  corvane::bench::cpuRatio(
+      state, [] { return corvane::utils::obfuscateFile(kInput, kOutput); }, [] { return bare(); });
 }
 BENCHMARK(BM_ObfuscateRatio)->Unit(benchmark::kMillisecond)->MinTime(3.0);
 

@@ -19,6 +19,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "cpu_ratio.h"
+
 #include "corvane/cv_file_utility.h"
 #include "corvane/utils.h"
 
@@ -54,12 +56,6 @@ std::vector<std::string> bare() {
   return names;
 }
 
-double threadSeconds() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 void BM_ReadDir(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(corvane::utils::readDir(kDir, kPattern));
 }
@@ -76,18 +72,8 @@ void BM_ReadDirRatio(benchmark::State& state) {
     state.SkipWithError("readDir and fnmatch disagree");
     return;
   }
-  double ours = 0;
-  double theirs = 0;
-  for (auto _ : state) {
-    double t0 = threadSeconds();
-    benchmark::DoNotOptimize(corvane::utils::readDir(kDir, kPattern));
-    double t1 = threadSeconds();
-    benchmark::DoNotOptimize(bare());
-    double t2 = threadSeconds();
-    ours += t1 - t0;
-    theirs += t2 - t1;
-  }
-  state.counters["ratio"] = ours / theirs;
+  corvane::bench::cpuRatio(
+      state, [] { return corvane::utils::readDir(kDir, kPattern); }, [] { return bare(); });
 }
 BENCHMARK(BM_ReadDirRatio)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 

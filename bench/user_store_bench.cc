@@ -13,6 +13,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "cpu_ratio.h"
+
 #include "corvane/user_store.h"
 #include "corvane/xml.h"
 
@@ -68,28 +70,12 @@ void BM_BareParse(benchmark::State& state) {
 }
 BENCHMARK(BM_BareParse)->Unit(benchmark::kMillisecond);
 
-double threadSeconds() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 // Alternates the two in every iteration and compares their CPU time, so that both see the
 // same machine and other load on a shared machine does not count.
 void BM_ReadUsersRatio(benchmark::State& state) {
   writeDocument();
-  double store = 0;
-  double bare = 0;
-  for (auto _ : state) {
-    double t0 = threadSeconds();
-    benchmark::DoNotOptimize(readUsers());
-    double t1 = threadSeconds();
-    benchmark::DoNotOptimize(parseBare());
-    double t2 = threadSeconds();
-    store += t1 - t0;
-    bare += t2 - t1;
-  }
-  state.counters["ratio"] = store / bare;
+  corvane::bench::cpuRatio(
+      state, [] { return readUsers(); }, [] { return parseBare(); });
 }
 BENCHMARK(BM_ReadUsersRatio)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 

@@ -11,7 +11,9 @@
 #include <string>
 
 #include <benchmark/benchmark.h>
+
 #include <expat.h>
+#include "cpu_ratio.h"
 
 #include "corvane/xml.h"
 
@@ -88,27 +90,11 @@ void BM_BareExpat(benchmark::State& state) {
 }
 BENCHMARK(BM_BareExpat)->Unit(benchmark::kMillisecond);
 
-double threadSeconds() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 // Alternates the two in every iteration and compares their CPU time, so that both see the
 // same machine and other load on a shared machine does not count.
 void BM_ParseRatio(benchmark::State& state) {
-  double tree = 0;
-  double bare = 0;
-  for (auto _ : state) {
-    double t0 = threadSeconds();
-    benchmark::DoNotOptimize(parseWithTree());
-    double t1 = threadSeconds();
-    benchmark::DoNotOptimize(parseBare());
-    double t2 = threadSeconds();
-    tree += t1 - t0;
-    bare += t2 - t1;
-  }
-  state.counters["ratio"] = tree / bare;
+  corvane::bench::cpuRatio(
+      state, [] { return parseWithTree(); }, [] { return parseBare(); });
 }
 BENCHMARK(BM_ParseRatio)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
