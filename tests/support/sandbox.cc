@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
@@ -57,6 +58,17 @@ std::string readFile(std::string const& path) {
   std::ostringstream text;
   text << in.rdbuf();
   return text.str();
+}
+
+std::string commandOutput(std::string const& command) {
+  std::string out;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return out;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+  pclose(pipe);
+  return out;
 }
 
 void setFlash(bool present) { writeFile("/dev/flash", present ? "" : nullptr); }

@@ -20,6 +20,8 @@ bool inSandbox();
 void writeFile(std::string const& path, char const* text);
 // Whole content of `path`; empty when it cannot be read.
 std::string readFile(std::string const& path);
+// What `command` prints on standard output when run by /bin/sh; empty when it cannot start.
+std::string commandOutput(std::string const& command);
 
 // Creates or removes /dev/flash, the appliance marker.
 void setFlash(bool present);

@@ -3,24 +3,18 @@
 // The line editor as a person meets it: tmux runs the editor loop program, keys are typed
 // with send-keys and the screen is read back with capture-pane.
 
-#include <gtest/gtest.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include <string>
 
+#include <gtest/gtest.h>
+
+#include "sandbox.h"
+
 namespace {
 
-std::string sh(std::string const& command) {
-  std::string out;
-  FILE* p = popen(command.c_str(), "r");
-  if (p == nullptr) return out;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
-  pclose(p);
-  return out;
-}
+std::string sh(std::string const& command) { return corvane::testing::commandOutput(command); }
 
 std::string const kTmux = "tmux -L corvane-editor -f /dev/null ";
 
