@@ -2,7 +2,8 @@
 // Copyright (c) 2026 The libcorvane authors
 // Cost of the trace path, each measured against its baseline in the same run, interleaved in
 // batches so that machine noise hits both sides alike. Run inside tests/sandbox/run.
-//   ratio = trace cost / baseline cost (counter "ratio")
+//   ratio = trace cost / baseline cost (counter "ratio"); trace_ns and the baseline's *_ns
+//   counters are the per-line figures.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -70,7 +71,8 @@ void BM_TraceEmittedVsBareSend(benchmark::State& state) {
   corvane::log::init("bench", false);
   corvane::log::setLogLevel(7);
 
-  // The same datagram built the plainest way: one snprintf, one sendto.
+  // The same datagram built the plainest way: one snprintf, one sendto, from a socket made
+  // like the logger's (no options) to the same address and port; the process id is read once.
   int bare = socket(AF_INET6, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in6 destination{};
   destination.sin6_family = AF_INET6;
@@ -87,7 +89,17 @@ void BM_TraceEmittedVsBareSend(benchmark::State& state) {
            reinterpret_cast<sockaddr*>(&destination), sizeof destination);
   };
 
-  std::string datagram;
+  // Both sides must send the same bytes to the same place, or the ratio means nothing.
+  std::string datagram, traced, plain;
+  while (sink.next(datagram, 0)) {
+  }
+  trace(6, "emitted line %d of %s", 7, "bench");
+  bareSend(7);
+  if (!sink.next(traced, 1000) || !sink.next(plain, 1000) || traced != plain) {
+    state.SkipWithError("the trace line and the bare datagram differ");
+    close(bare);
+    return;
+  }
   double traceNs = 0;
   double baseNs = 0;
   long batches = 0;

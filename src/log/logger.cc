@@ -5,6 +5,7 @@
 #include "corvane/log.h"
 
 #include <arpa/inet.h>
+#include <pthread.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -25,6 +26,7 @@
 #include "corvane/client.h"
 #include "corvane/appliance_utils.h"
 #include "corvane/msg_cat.h"
+#include "log/process_id.h"
 
 namespace corvane {
 
@@ -52,6 +54,55 @@ int toUtf8(icu::UnicodeString const& text, char* out, int size) {
   icu::CheckedArrayByteSink sink(out, size);
   text.toUTF8(sink);
   return sink.NumberOfBytesAppended();
+}
+
+// The process id for the header. getpid is a system call, and a line must cost little more
+// than its datagram, so each thread keeps the answer; a forked child (atfork) and the
+// launcher's vfork child (which shares this thread's storage) forget it. Initial-exec: the
+// slot is reached without a call that might allocate, which a vfork child must not do.
+__attribute__((tls_model("initial-exec"))) thread_local int tPid = 0;
+
+int currentPid() {
+  if (tPid == 0) tPid = static_cast<int>(getpid());
+  return tPid;
+}
+
+[[maybe_unused]] int const kForkHook = pthread_atfork(nullptr, nullptr, log::forgetPid);
+
+// The header of every datagram, cut at the terminator when the ident fills the buffer.
+int formatHeader(char* datagram, unsigned priority, char const* ident, char const* tag) {
+  int header = snprintf(datagram, kDatagramSize, kHeaderFormat, priority, ident, currentPid(),
+                        tag != nullptr ? tag : "");
+  return std::min(std::max(header, 0), kDatagramSize - 1);
+}
+
+// The receiver's address, converted once when the library loads (no guard to take in a
+// vfork child that sends the first line).
+sockaddr_in6 syslogAddress() {
+  sockaddr_in6 destination;
+  std::memset(&destination, 0, sizeof destination);
+  destination.sin6_family = AF_INET6;
+  if (inet_pton(AF_INET6, kSyslogHost, &destination.sin6_addr) != 1) {
+    fputs("Failure to convert dummy-localhost for logging\n", stderr);
+  }
+  return destination;
+}
+
+sockaddr_in6 const kSyslogAddress = syslogAddress();
+
+// Sends the header and as much of the `length` text bytes behind it as fit; a cut datagram
+// ends in a terminator.
+void sendDatagram(int socket, int port, char* datagram, int header, int length) {
+  int appended = std::max(std::min(kDatagramSize - header, length), 0);
+  datagram[kDatagramSize - 1] = '\0';
+  sockaddr_in6 destination = kSyslogAddress;
+  destination.sin6_port = htons(static_cast<uint16_t>(port));
+  ssize_t total = header + appended;
+  ssize_t sent = sendto(socket, datagram, static_cast<size_t>(total), 0,
+                        reinterpret_cast<sockaddr*>(&destination), sizeof destination);
+  if (sent != total) {
+    fprintf(stderr, "Sent bytes %zd != length bytes %zd\n", sent, total);
+  }
 }
 
 }  // namespace
@@ -101,36 +152,23 @@ void Logger::setIdent(char const* ident) {
 
 void Logger::printf(unsigned facility, unsigned level, char const* format, va_list args) {
   if (mLogLevel < level) return;
-  char text[kTextSize];
-  int length = format != nullptr ? vsnprintf(text, sizeof text, format, args) : 0;
-  text[kTextSize - 1] = '\0';
-  send2Syslog(facility, level, nullptr, text, length);
+  // The text is formatted straight behind the header: one pass, no second copy. The bytes sent
+  // are those of formatting into a text buffer of the datagram's size and appending it.
+  char datagram[kDatagramSize];
+  int header = formatHeader(datagram, facility + level, mIdent, nullptr);
+  int length = 0;
+  if (format != nullptr) length = vsnprintf(datagram + header, kDatagramSize - header, format, args);
+  sendDatagram(mSocket, mSyslogPort, datagram, header, length);
 }
 
 void Logger::send2Syslog(unsigned facility, unsigned level, char const* tag, char const* text,
                          int length) {
   char datagram[kDatagramSize];
-  int header = snprintf(datagram, sizeof datagram, kHeaderFormat, facility + level, mIdent,
-                        static_cast<int>(getpid()), tag != nullptr ? tag : "");
-  // An ident long enough to fill the buffer leaves the header cut at the terminator.
-  header = std::min(std::max(header, 0), kDatagramSize - 1);
-  int appended = text != nullptr ? std::max(std::min(kDatagramSize - header, length), 0) : 0;
-  std::memcpy(datagram + header, text, static_cast<size_t>(appended));
-  datagram[kDatagramSize - 1] = '\0';
-
-  sockaddr_in6 destination;
-  std::memset(&destination, 0, sizeof destination);
-  destination.sin6_family = AF_INET6;
-  destination.sin6_port = htons(static_cast<uint16_t>(mSyslogPort));
-  if (inet_pton(AF_INET6, kSyslogHost, &destination.sin6_addr) != 1) {
-    fputs("Failure to convert dummy-localhost for logging\n", stderr);
-  }
-  ssize_t total = header + appended;
-  ssize_t sent = sendto(mSocket, datagram, static_cast<size_t>(total), 0,
-                        reinterpret_cast<sockaddr*>(&destination), sizeof destination);
-  if (sent != total) {
-    fprintf(stderr, "Sent bytes %zd != length bytes %zd\n", sent, total);
-  }
+  int header = formatHeader(datagram, facility + level, mIdent, tag);
+  if (text == nullptr) length = 0;
+  size_t copied = static_cast<size_t>(std::max(std::min(kDatagramSize - header, length), 0));
+  std::memcpy(datagram + header, text, copied);
+  sendDatagram(mSocket, mSyslogPort, datagram, header, length);
 }
 
 void Logger::log(unsigned facility, unsigned level, char const* msgid, icu::Formattable* args,
@@ -201,6 +239,8 @@ void Logger::send2LogReceiver(char const* msgid, icu::Formattable* args, unsigne
 }
 
 namespace log {
+
+void forgetPid() { tPid = 0; }
 
 Logger* getLogger() {
   if (sLog == nullptr) sLog = new Logger("no-identity", 7);

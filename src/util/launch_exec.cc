@@ -20,6 +20,7 @@
 
 #include "corvane/appliance_utils.h"
 #include "corvane/log.h"
+#include "log/process_id.h"
 
 namespace corvane {
 namespace {
@@ -110,7 +111,8 @@ class SigchldDefault {
 // Runs in the child between vfork and execv. The child borrows the parent's memory until it
 // execs (the parent's thread waits) and the host may have other threads whose locks it must
 // never take, so only async-signal-safe work happens here: system calls on values prepared
-// before the vfork, writing nothing but this function's own stack. Signals arrive blocked;
+// before the vfork, writing nothing but this function's own stack and the logger's remembered
+// process id (which the parent forgets again once the child has gone). Signals arrive blocked;
 // handlers of the host are reset before the mask is restored, so none of them can run on the
 // borrowed memory. The two trace lines are kept: the parent made sure the logger exists, and
 // a trace formats into stack buffers and sends one datagram, with no heap and no lock. The
@@ -118,6 +120,8 @@ class SigchldDefault {
 // the logger write to stderr through stdio; that rare path is accepted.)
 [[noreturn]] void runChild(char const* const* argv, int stdinFd, int stdoutFd, char const* workdir,
                            int tempFd, sigset_t const* mask) {
+  // This child shares the parent thread's memory: its lines must carry its own id.
+  log::forgetPid();
   for (int sig = 1; sig < NSIG; ++sig) {
     struct sigaction current;
     if (sigaction(sig, nullptr, &current) == 0 && current.sa_handler != SIG_DFL &&
@@ -210,6 +214,7 @@ int LaunchExec::launch(char const* const* argv, char const* caller,
   pid_t child = vfork();
   if (child == 0) runChild(argv, stdinFd, stdoutFd, workdir, temp.fd(), &mask);
   int err = errno;
+  log::forgetPid();  // the child may have left its own id here
   pthread_sigmask(SIG_SETMASK, &mask, nullptr);
   if (child < 0) {
     sigchld.restore();

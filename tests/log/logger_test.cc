@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -21,6 +22,7 @@
 #include <unicode/locid.h>
 
 #include <corvane/idl/logReceiver.h>
+#include "corvane/launch_exec.h"
 #include "corvane/log.h"
 #include "fake_manager.h"
 #include "sandbox.h"
@@ -163,6 +165,38 @@ TEST_F(LoggerTest, DeletingTheLoggerResetsItAndReleasesItsSocket) {
   EXPECT_EQ(log::getLogLevel(), 7u);
   EXPECT_EQ(log::getLogMask(), 0);
   EXPECT_STREQ(sLog->ident(), "no-identity");
+}
+
+// The header's process id is remembered per thread: a forked child and the launcher's vfork
+// child (which shares the parent's memory) must still send their own.
+TEST_F(LoggerTest, EveryLineCarriesTheIdOfTheProcessThatSentIt) {
+  log::trace(6, "parent");
+  pid_t forked = fork();
+  if (forked == 0) {
+    log::trace(6, "forked");
+    _exit(0);
+  }
+  waitpid(forked, nullptr, 0);
+  std::vector<std::string> args{"/nonexistent/program"};
+  LaunchExec::launch(args, "test", nullptr, -1, -1, nullptr, nullptr);
+  log::trace(6, "parent");
+  pid_t launched = 0;
+  std::vector<std::pair<pid_t, std::string>> seen;  // (sender, text) of the lines that matter
+  for (std::string const& line : received()) {
+    std::string text = line.substr(line.find("]:") + 2);
+    pid_t sender = std::atoi(line.c_str() + line.find('(') + 1);
+    if (text.find(" task started with id 0x") != std::string::npos) {
+      launched = static_cast<pid_t>(std::stoul(text.substr(text.find("0x")), nullptr, 16));
+    } else if (text == "parent" || text == "forked" || text.rfind("LaunchExec execv", 0) == 0) {
+      seen.emplace_back(sender, text.substr(0, text.find(' ', 11)));
+    }
+  }
+  ASSERT_GT(launched, 0);
+  EXPECT_EQ(seen, (std::vector<std::pair<pid_t, std::string>>{{getpid(), "parent"},
+                                                              {forked, "forked"},
+                                                              {launched, "LaunchExec execv"},
+                                                              {launched, "LaunchExec execv"},
+                                                              {getpid(), "parent"}}));
 }
 
 TEST_F(LoggerTest, TracePathAllocatesNothing) {
