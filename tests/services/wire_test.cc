@@ -18,7 +18,6 @@
 #include <corvane/idl/baseManager.h>
 #include <corvane/idl/callbackManager.h>
 #include <corvane/idl/configManager.h>
-#include <corvane/idl/hardwareManager.h>
 #include <corvane/idl/networkManager.h>
 #include <corvane/idl/processManager.h>
 #include "corvane/client.h"
@@ -78,11 +77,8 @@ TEST(ClientWireTest, RepliesOfEachKind) {
       {Bytes().header("startTest", 3, 0).raw(serialize(remote)),
        TApplicationException::INTERNAL_ERROR, "remote trouble"},
       {answer(1, "startTest", 0), TApplicationException::INVALID_MESSAGE_TYPE, nullptr},
-      {answer(4, "startTest", 0), TApplicationException::INVALID_MESSAGE_TYPE, nullptr},
       {answer(2, "stopTest", 0), TApplicationException::WRONG_METHOD_NAME, nullptr},
       {Bytes().header("startTest", 2, 0).stop(), TApplicationException::MISSING_RESULT, unknown},
-      {Bytes().header("startTest", 2, 0).field(kString, 9).str("x").stop(),
-       TApplicationException::MISSING_RESULT, unknown},
       {answer(2, "startTest", 12345), -1, nullptr},  // the sequence id is never checked
   };
   // clang-format on
@@ -139,16 +135,9 @@ TEST(ClientWireTest, DeclaredExceptionsAndDerivedServices) {
       net.args<configManagerConsumer::configManagerConsumer_ConfigChange_args>("ConfigChange");
   EXPECT_EQ("eth0|1500", args.objectName + "|" + args.properties.at(0).mValue);
   EXPECT_EQ("shutdown", net.calls()[1].name);
-  // Empty list and map results are answers, and replace what the caller held.
-  networkManager::networkManager_dumpInterfaceNameMap_result map;
-  map.__isset.success = true;
-  net.reply("dumpInterfaceNameMap", map);
-  std::map<std::string, std::string> names{{"x", "y"}};
-  nc->dumpInterfaceNameMap(names);
-  EXPECT_TRUE(names.empty());
 }
 
-TEST(RecordWireTest, OptionalFieldsEmptyContainersAndWideIntegers) {
+TEST(RecordWireTest, OptionalFieldsAndEmptyContainers) {
   configManagerConsumer::ConfigChangeException unset;
   unset.rc = 7;
   unset.messageID = "m";
@@ -160,8 +149,6 @@ TEST(RecordWireTest, OptionalFieldsEmptyContainersAndWideIntegers) {
   std::string name = "web", path = "/usr/bin/web";
   std::vector<std::string> none;
   reg.name = &name, reg.fullPath = &path, reg.parameters = &none, reg.dependencies = &none;
-  hardwareManager::DiskSnapShot disk;
-  disk.mRawSize = 5000000000LL;
   // clang-format off
   struct {
     std::string bytes, expected;
@@ -180,17 +167,13 @@ TEST(RecordWireTest, OptionalFieldsEmptyContainersAndWideIntegers) {
   for (auto const& c : cases) EXPECT_EQ(hex(c.expected), hex(c.bytes));
   EXPECT_FALSE(deserialize<configManagerConsumer::ConfigChangeException>(serialize(unset))
                    .__isset.parameters);
-  EXPECT_NE(std::string::npos,
-            serialize(disk).find(Bytes().field(kI64, 25).i64(5000000000LL).bytes()));
-  EXPECT_EQ(5000000000LL, deserialize<hardwareManager::DiskSnapShot>(serialize(disk)).mRawSize);
 }
 
 class CountingHandler : public callbackManager::callbackManagerNull {
  public:
   void shutdown() override { ++shutdowns; }
   int32_t startTest(int32_t n) override { return n * 2; }
-  void firmwareUpgradeCallback(int32_t a, int32_t b, int32_t c) override { last = a + b + c; }
-  std::atomic<int> shutdowns{0}, last{0};
+  std::atomic<int> shutdowns{0};
 };
 
 // A real Thrift server on a generated processor, talked to over a raw socket: each request
@@ -222,12 +205,8 @@ TEST(ProcessorWireTest, AnswersEachKindOfRequest) {
       {Bytes().header("startTest", 1, 42).field(kI32, 1).i32(21).stop(),
        Bytes().header("startTest", 2, 42).field(kI32, 0).i32(42).stop()},
       {Bytes().header("shutdown", 1, 0).stop(), ""},  // oneway: no answer
-      {Bytes().header("firmwareUpgradeCallback", 1, 0).field(kI32, 1).i32(1).field(kI32, 2)
-           .i32(2).field(kI32, 3).i32(3).stop(), ""},
       {Bytes().header("performTest", 1, 7).field(kI32, 1).i32(1).stop(),
        Bytes().header("performTest", 2, 7).stop()},  // void: an empty result record
-      {Bytes().header("startTest", 1, 0).stop(),  // missing arguments read as defaults
-       Bytes().header("startTest", 2, 0).field(kI32, 0).i32(0).stop()},
   };
   // clang-format on
   for (auto const& x : exchanges) {
@@ -241,7 +220,6 @@ TEST(ProcessorWireTest, AnswersEachKindOfRequest) {
     EXPECT_EQ(hex(x.answer), hex(got)) << hex(x.request);
   }
   EXPECT_EQ(1, handler->shutdowns.load());
-  EXPECT_EQ(6, handler->last.load());
   close(fd);
   server.stop();
   thread.join();

@@ -174,13 +174,6 @@ TEST(ServiceTestUtilsTest, ForwardsOneCallEachWithItsOwnTimeout) {
     {nullptr, "", "", CALL(serviceTestUtils::startTest(nullptr, 1, 0)), "-1", "-1"},
     {nullptr, "", "", CALL(serviceTestUtils::stopTest("nosuchmgr", 0)), "0", "0"},
   });
-  // The caller's timeout ends the wait for a manager that never answers.
-  FakeManager hung("configmgr");
-  hung.setHang(true);
-  auto start = Clock::now();
-  EXPECT_EQ(-1, serviceTestUtils::startTest("configmgr", 1, 300));
-  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(250));
-  EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1000));
 }
 
 TEST(CaptureUtilsTest, ForwardsOneCallEach) {
