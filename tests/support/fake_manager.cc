@@ -372,11 +372,6 @@ int FakeManager::acceptedConnections() const {
   return mImpl->accepted;
 }
 
-int FakeManager::openConnections() const {
-  std::lock_guard<std::mutex> lock(mImpl->mutex);
-  return mImpl->open;
-}
-
 bool FakeManager::waitUntilIdle(int timeoutMs) const {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
   for (;;) {
@@ -405,14 +400,7 @@ FakeManagers::FakeManagers() {
 
 FakeManagers::~FakeManagers() = default;
 
-FakeManager& FakeManagers::configmgr() { return *mManagers[0]; }
-FakeManager& FakeManagers::hardwaremgr() { return *mManagers[1]; }
 FakeManager& FakeManagers::networkmgr() { return *mManagers[2]; }
-FakeManager& FakeManagers::processmgr() { return *mManagers[3]; }
-FakeManager& FakeManagers::usermgr() { return *mManagers[4]; }
-FakeManager& FakeManagers::firmwaremgr() { return *mManagers[5]; }
-FakeManager& FakeManagers::statusmgr() { return *mManagers[6]; }
-FakeManager& FakeManagers::logreceiver() { return *mManagers[7]; }
 
 FakeManager& FakeManagers::get(std::string const& service) {
   for (size_t i = 0; i < mManagers.size(); ++i) {

@@ -113,9 +113,8 @@ class FakeManager {
   std::vector<Call> calls(std::string const& method) const;
   // Waits until at least `count` calls were recorded or `timeoutMs` passed.
   bool waitForCalls(size_t count, int timeoutMs) const;
-  // Connections accepted so far, and those still open.
+  // Connections accepted so far.
   int acceptedConnections() const;
-  int openConnections() const;
   // Waits until no connection is waiting to be accepted, being accepted or open: every
   // descriptor of this fake's connections is closed. False after `timeoutMs`.
   bool waitUntilIdle(int timeoutMs = 3000) const;
@@ -137,14 +136,7 @@ class FakeManagers {
  public:
   FakeManagers();
   ~FakeManagers();
-  FakeManager& configmgr();
-  FakeManager& hardwaremgr();
   FakeManager& networkmgr();
-  FakeManager& processmgr();
-  FakeManager& usermgr();
-  FakeManager& firmwaremgr();
-  FakeManager& statusmgr();
-  FakeManager& logreceiver();
   // By services-database name.
   FakeManager& get(std::string const& service);
 

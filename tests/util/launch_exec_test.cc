@@ -39,11 +39,8 @@ int sh(std::string const& script, Lines* err, int* status) {
   return LaunchExec::launch(args, "test", err, -1, -1, nullptr, status);
 }
 
-struct LaunchExecTest : ::testing::Test {
-  void SetUp() override { ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run"; }
-};
-
-TEST_F(LaunchExecTest, RefusesEmptyAndOverlongVectorsWithoutForking) {
+TEST(LaunchExecTest, RefusesEmptyAndOverlongVectorsWithoutForking) {
+  ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
   testing::SyslogSink sink;
   char const* empty[] = {nullptr};
   std::vector<std::string> none;
@@ -67,7 +64,7 @@ TEST_F(LaunchExecTest, RefusesEmptyAndOverlongVectorsWithoutForking) {
   EXPECT_TRUE(traced(sink, "test /bin/sh 1019"));
 }
 
-TEST_F(LaunchExecTest, CodesStatusStandardErrorTracesAndNothingLeftBehind) {
+TEST(LaunchExecTest, CodesStatusStandardErrorTracesAndNothingLeftBehind) {
   testing::writeFile("/tmp/in.txt", "input line\n");
   int in = open("/tmp/in.txt", O_RDONLY);
   int out = open("/tmp/out.txt", O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -138,7 +135,7 @@ void reapAll(int) {
   while (waitpid(-1, nullptr, WNOHANG) > 0) continue;
 }
 
-TEST_F(LaunchExecTest, HostSigchldAndLangAndReadOnlyTmp) {
+TEST(LaunchExecTest, HostSigchldAndLangAndReadOnlyTmp) {
   // Either disposition would take the child away from waitpid (code 4) if kept.
   for (auto handler : {&reapAll, SIG_IGN}) {
     struct sigaction mine = {}, after = {};

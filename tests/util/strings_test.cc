@@ -27,7 +27,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-TEST(StringsTest, SplitByTable) {
+TEST(StringsTest, SplitAndMatchByTable) {
   struct {
     char const *text, *specials;
     char stop;
@@ -45,26 +45,24 @@ TEST(StringsTest, SplitByTable) {
   Words words{"keep"};
   utils::Split2(" a\n\tbc  d ", &words);
   EXPECT_EQ((Words{"keep", "a", "bc", "d"}), words);
-}
 
-TEST(StringsTest, MatchByTable) {
   struct {
     char const *name, *pattern;
     bool match;
-  } const cases[] = {
+  } const matches[] = {
       {"", "*", true},           {"a.log", "*.log", true},   {"a.log.1", "*.log", false},
       {"abc", "a?c", true},      {"ac", "a?c", false},       {"abc", "[a-c]bc", true},
       {"dbc", "[^a-c]bc", true}, {"abc", "[^a-c]bc", false}, {"]x", "[]]x", true},
       {"-x", "[-a]x", true},     {"b", "[a-]", false},       {"aaab", "*a*b", true},
       {"aaac", "*a*b", false},   {"[x", "[x", true},         {"abc", "abcd", false},
   };
-  for (auto const& c : cases) {
+  for (auto const& c : matches) {
     EXPECT_EQ(c.match, utils::Match(c.name, std::strlen(c.name), c.pattern)) << c.pattern;
   }
   EXPECT_TRUE(utils::Match("abcdef", 3, "abc"));
 }
 
-TEST(StringsTest, ReadDirSortsVisibleMatches) {
+TEST(StringsTest, ReadDirSortsVisibleMatchesAndDatesFormat) {
   for (char const* name : {"b", "a", ".hidden", "c.log", "B"}) {
     testing::writeFile(std::string("/tmp/rd/") + name, "");
   }
@@ -73,9 +71,7 @@ TEST(StringsTest, ReadDirSortsVisibleMatches) {
   EXPECT_EQ((Words{"c.log"}), utils::readDir("/tmp/rd", "*.log"));
   EXPECT_EQ(Words{}, utils::readDir("/tmp/none", nullptr));
   EXPECT_EQ(descriptors, testing::openDescriptorCount());
-}
 
-TEST(StringsTest, FormatDateTimeIsoAndIcu) {
   UErrorCode status = U_ZERO_ERROR;
   icu::Locale::setDefault(icu::Locale("en_US"), status);
   EXPECT_EQ("2024-01-31T12:00:00Z", utils::formatDateTime(1706702400, 1, "Europe/Paris"));
@@ -136,8 +132,8 @@ TEST(StringsTest, ObfuscateTextAndFiles) {
   EXPECT_EQ(descriptors, testing::openDescriptorCount());
 }
 
-// Writes the manifests under / and /primary; returns a sink for the traces that follow.
-std::unique_ptr<testing::SyslogSink> manifests() {
+TEST(ManifestTest, FileEntriesAndCommandsByFlagsGlobsAndFailSafeRoot) {
+  ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
   for (std::string root : {"", "/primary"}) {
     testing::writeFile(root + "/tmp/m/files.xml",
                        "<filelist>\n <file>/etc/a</file>\n <file help=\"Network\" "
@@ -156,21 +152,8 @@ std::unique_ptr<testing::SyslogSink> manifests() {
   testing::writeFile("/primary/tmp/m/logs/p.log", "");
   testing::writeFile("/tmp/m/root.xml", "<cmdlist><file>x</file></cmdlist>");
   log::getLogger()->setLevel(7);
-  return std::make_unique<testing::SyslogSink>();
-}
+  testing::SyslogSink sink;
 
-// "priority text" of each trace datagram.
-Words traces(testing::SyslogSink& sink) {
-  Words lines;
-  for (std::string const& d : sink.drain()) {
-    lines.push_back(d.substr(1, d.find('>') - 1) + " " + d.substr(d.find("]:") + 2));
-  }
-  return lines;
-}
-
-TEST(ManifestTest, FileEntriesCarryFlagsAndExpandGlobs) {
-  ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
-  auto sink = manifests();
   auto entries = [](bool failsafe) {
     std::unique_ptr<std::vector<types::fileEnt>> list(
         utils::readFileEnts("/tmp/m/files.xml", failsafe));
@@ -192,12 +175,8 @@ TEST(ManifestTest, FileEntriesCarryFlagsAndExpandGlobs) {
     EXPECT_EQ(nullptr, utils::readFileEnts(path, false)) << path;
     EXPECT_EQ(nullptr, utils::readFilelist(path, false)) << path;
   }
-  EXPECT_EQ(Words{}, traces(*sink));  // file lists leave the logging to their callers
-}
+  EXPECT_EQ(Words{}, sink.drain());  // file lists leave the logging to their callers
 
-TEST(ManifestTest, CommandsAreTrimmedCheckedAndRootedAtBin) {
-  ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
-  auto sink = manifests();
   std::unique_ptr<Words> normal(utils::readCmdlist("/tmp/m/cmds.xml", false));
   std::unique_ptr<Words> failsafe(utils::readCmdlist("/tmp/m/cmds.xml", true));
   ASSERT_TRUE(normal && failsafe);
@@ -208,13 +187,17 @@ TEST(ManifestTest, CommandsAreTrimmedCheckedAndRootedAtBin) {
     EXPECT_EQ(nullptr, utils::readCmdlist(path, false)) << path;
   }
   EXPECT_EQ(nullptr, utils::readCmdlist("/tmp/m/cmds.xml", true));
+  Words traces;  // "priority text"
+  for (std::string const& d : sink.drain()) {
+    traces.push_back(d.substr(1, d.find('>') - 1) + " " + d.substr(d.find("]:") + 2));
+  }
   EXPECT_EQ(
       (Words{"139 /tmp/m/cmds.xml file contains invalid <cli> entry '/bin/sh', ignored",
              "139 /primary/tmp/m/cmds.xml file contains invalid <cli> entry '/bin/sh', ignored",
              "142 dmesg is not applicable to failsafe, ignored",
              "139 Invalid root node in /tmp/m/files.xml file", "139 Cant parse /tmp/m/bad.xml file",
              "139 Cant parse /primary/tmp/m/cmds.xml file"}),
-      traces(*sink));
+      traces);
 }
 
 }  // namespace
