@@ -36,6 +36,10 @@ std::string screenWith(std::string const& expect, std::string const& mark = "") 
 
 TEST(ShellTmuxTest, TypedSessionCompletesListsUpgradesAndLeavesSane) {
   if (system("command -v tmux >/dev/null") != 0) GTEST_SKIP() << "tmux is not installed";
+  // Whatever happens below, neither tmux nor the simulator outlives the test.
+  struct Cleanup {
+    ~Cleanup() { sh(kTmux + "kill-server 2>/dev/null; " + kControl + "quit >/dev/null 2>&1"); }
+  } cleanup;
   // The simulated appliance, reporting upgrade progress quickly.
   ASSERT_EQ(0, system(CORVANE_SIM_PROGRAM " --upgrade-step-ms 100 >/dev/null 2>&1 &"));
   for (int i = 0; i < 100 && system((kControl + "status >/dev/null 2>&1").c_str()) != 0; ++i)
@@ -76,8 +80,6 @@ TEST(ShellTmuxTest, TypedSessionCompletesListsUpgradesAndLeavesSane) {
       "corvane>\n"
       "left: icanon echo\n",
       screenWith("left:", "corvane> upgrade"));
-  sh(kTmux + "kill-server 2>/dev/null");
-  sh(kControl + "quit");
 }
 
 }  // namespace
