@@ -4,19 +4,15 @@
 // runs as a child in this test's sandbox, exactly as a downstream program would meet it.
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/stat.h>
+#include <stdio.h>
+#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <fstream>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,76 +30,62 @@
 #include "corvane/status_utils.h"
 #include "corvane/user_store.h"
 #include "corvane/user_utils.h"
+#include "sandbox.h"
 
 namespace {
 
 using namespace corvane;
 using config::Service;
+using corvane::testing::readFile;
 using Clock = std::chrono::steady_clock;
 
-// Runs corvane-sim with `args`; returns its exit code, or -1 when it did not end in 10 s.
-// With `ready`, returns once the simulator says it is ready and leaves it running in `pid`.
-int runSim(std::vector<std::string> args, pid_t* pid = nullptr) {
-  args.insert(args.begin(), CORVANE_SIM_PROGRAM);
-  int out[2];
-  if (pipe2(out, O_CLOEXEC) != 0) return -1;
-  pid_t child = fork();
-  if (child == 0) {
-    dup2(out[1], 1);
-    std::vector<char*> argv;
-    for (auto& a : args) argv.push_back(&a[0]);
-    argv.push_back(nullptr);
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
-  close(out[1]);
-  std::string text;
-  char buffer[256];
-  auto deadline = Clock::now() + std::chrono::seconds(10);
-  while (Clock::now() < deadline && (pid == nullptr || text.find("ready\n") == std::string::npos)) {
-    pollfd p{out[0], POLLIN, 0};
-    if (poll(&p, 1, 100) <= 0) continue;
-    ssize_t n = read(out[0], buffer, sizeof buffer);
-    if (n <= 0) break;
-    text.append(buffer, static_cast<size_t>(n));
-  }
-  close(out[0]);
-  if (pid != nullptr) {
-    *pid = child;
-    return text.find("ready\n") != std::string::npos ? 0 : -1;
-  }
-  int status = 0;
-  while (waitpid(child, &status, WNOHANG) == 0) {
-    if (Clock::now() > deadline) {
-      kill(child, SIGKILL);
-      waitpid(child, &status, 0);
-      return -1;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+// corvane-sim run with `args` to its end: the exit code (124 when it ran on for 10 s).
+int simExit(std::string const& args) {
+  int status = system(("timeout 10 " CORVANE_SIM_PROGRAM " " + args + " >/dev/null 2>&1").c_str());
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::string readFile(char const* path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+// Starts corvane-sim with `args`; its pid once it says it is ready, -1 when it ends before.
+pid_t startSim(std::string const& args) {
+  int out[2];
+  if (pipe2(out, O_CLOEXEC) != 0) return -1;
+  pid_t pid = fork();
+  if (pid == 0) {
+    dup2(out[1], 1);
+    execl("/bin/sh", "sh", "-c", ("exec " CORVANE_SIM_PROGRAM " " + args).c_str(), nullptr);
+    _exit(127);
+  }
+  close(out[1]);
+  FILE* in = fdopen(out[0], "r");
+  char line[256] = "";
+  while (fgets(line, sizeof line, in) != nullptr && strstr(line, "ready\n") == nullptr) {
+  }
+  fclose(in);
+  if (strstr(line, "ready\n") != nullptr) return pid;
+  waitpid(pid, nullptr, 0);
+  return -1;
 }
 
-// An interface object: simple members, no addresses and one optional array member.
+// Stops it: true when it ended cleanly.
+bool stopSim(pid_t pid) {
+  int status = 0;
+  kill(pid, SIGTERM);
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// An interface object: simple members, no addresses and, with `member`, a one-entry "member".
 std::unique_ptr<config::StructValue> object(
-    std::vector<std::pair<char const*, char const*>> const& members, char const* arrayName = "",
-    std::vector<char const*> const& elements = {}) {
+    std::vector<std::pair<char const*, char const*>> const& members, char const* member = nullptr) {
   auto s = std::make_unique<config::StructValue>();
   for (auto const& m : members) s->insert(m.first, new config::SimpleValue(m.second));
   auto* ip = new config::StructValue;
   ip->insert("address", new config::ArrayValue);
   s->insert("ip", ip);
-  if (*arrayName != '\0') {
+  if (member != nullptr) {
     auto* list = new config::ArrayValue;
-    for (char const* e : elements) list->append(new config::SimpleValue(e));
-    s->insert(arrayName, list);
+    list->append(new config::SimpleValue(member));
+    s->insert("member", list);
   }
   return s;
 }
@@ -111,49 +93,30 @@ std::unique_ptr<config::StructValue> object(
 class SimScenario : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    ASSERT_EQ(runSim({"--upgrade-step-ms", "100"}, &sPid), 0) << "corvane-sim did not start";
+    sPid = startSim("--upgrade-step-ms 100");
+    ASSERT_GT(sPid, 0) << "corvane-sim did not start";
   }
-  static void TearDownTestSuite() {
-    kill(sPid, SIGTERM);
-    int status = 0;
-    waitpid(sPid, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  static void TearDownTestSuite() { EXPECT_TRUE(stopSim(sPid)); }
   static pid_t sPid;
 };
 pid_t SimScenario::sPid = -1;
 
-TEST_F(SimScenario, VLANOnAnAggregateMemberIsRefusedInTheDeviceLocale) {
-  auto aggregate = object({{"name", "agg0"}}, "member", {"eth1"});
+TEST_F(SimScenario, VLANOnAnAggregateMemberIsRefused) {
+  auto aggregate = object({{"name", "agg0"}}, "eth1");
   ASSERT_EQ(Service::createObject("default", "aggregate-interface", "agg0", aggregate.get(),
                                   Service::kwEnabled, true),
             config::kwOK);
   auto vlan = object({{"name", "vlan10"}, {"sub-interface", "eth1"}, {"vlan-identifier", "10"}});
-  struct Case {
-    char const* language;
-    char const* country;
-    char const* text;
-  } const cases[] = {
-      {"en", "US",
-       "The interface eth1 cannot carry a VLAN because it is a member of the aggregate "
-       "interface agg0."},
-      {"de", "DE",
-       "Die Schnittstelle eth1 kann kein VLAN tragen, weil sie Mitglied der Aggregatschnittstelle "
-       "agg0 ist."},
-  };
-  for (auto const& c : cases) {
-    ASSERT_TRUE(applianceUtils::setLocale(c.language, c.country));
-    EXPECT_EQ(applianceUtils::getLocale(), std::string(c.language) + "_" + c.country);
-    try {
-      Service::createObject("default", "vlan-interface", "vlan10", vlan.get(), Service::kwEnabled,
-                            true);
-      ADD_FAILURE() << "VLAN accepted on an aggregate member";
-    } catch (config::messaging::ValidationException const& e) {
-      EXPECT_EQ(e.errorField, "sub-interface");
-      EXPECT_EQ(e.errorString, c.text);
-    }
+  try {
+    Service::createObject("default", "vlan-interface", "vlan10", vlan.get(), Service::kwEnabled,
+                          true);
+    ADD_FAILURE() << "VLAN accepted on an aggregate member";
+  } catch (config::messaging::ValidationException const& e) {
+    EXPECT_EQ(e.errorField, "sub-interface");
+    EXPECT_EQ(e.errorString,
+              "The interface eth1 cannot carry a VLAN because it is a member of the aggregate "
+              "interface agg0.");
   }
-  applianceUtils::setLocale("en", "US");
   std::vector<std::string> names;
   EXPECT_EQ(Service::getNamesofObject("default", "vlan-interface", names), config::kwOK);
   EXPECT_TRUE(names.empty());
@@ -173,9 +136,8 @@ TEST_F(SimScenario, InterfaceRecordIsStoredAndReadBack) {
   ASSERT_EQ(ethernetInterfaces::setInterface(record), 0);
   std::unique_ptr<types::KeyValPair> back(ethernetInterfaces::getInterface("eth2"));
   ASSERT_NE(back, nullptr);
-  EXPECT_STREQ(back->findValue("MTU"), "9000");
-  EXPECT_STREQ(back->findValue("IPAddress"), "10.20.30.40/24");
-  EXPECT_STREQ(back->findValue("enabled"), "true");
+  for (char const* key : {"MTU", "IPAddress", "enabled"})
+    EXPECT_STREQ(back->findValue(key), record.findValue(key)) << key;
   // The address eth2 now holds is refused on another interface by the duplicate check.
   types::KeyValPair clash{{"name", "eth3"}, {"IPAddress", "10.20.30.40/24"}};
   EXPECT_EQ(ethernetInterfaces::setInterface(clash), -1);
@@ -186,33 +148,30 @@ TEST_F(SimScenario, InterfaceRecordIsStoredAndReadBack) {
 
 TEST_F(SimScenario, HealthComesFromTheScenarioAndProc) {
   std::vector<statusUtils::FanStatus> fans;
-  ASSERT_EQ(statusUtils::getFanStatus(fans), 1);
-  ASSERT_EQ(fans.size(), 2u);
-  EXPECT_EQ(fans[0].mID, "FAN1");
-  EXPECT_EQ(fans[0].mFormatted, "4200 RPM");
-  EXPECT_TRUE(fans[0].mOk);
   std::vector<statusUtils::TempStatus> temps;
+  ASSERT_EQ(statusUtils::getFanStatus(fans), 1);
   ASSERT_EQ(statusUtils::getTempStatus(temps), 1);
+  ASSERT_EQ(fans.size(), 2u);
   ASSERT_EQ(temps.size(), 2u);
+  EXPECT_EQ(fans[0].mID + " " + fans[0].mFormatted, "FAN1 4200 RPM");
+  EXPECT_TRUE(fans[0].mOk);
   EXPECT_EQ(temps[0].mValue, 48);
   EXPECT_EQ(temps[0].mUpperNonRecoverable, 95);
   unsigned size = 0, free = 0;
   ASSERT_EQ(statusUtils::getMemoryUse(size, free), 1);
-  EXPECT_GT(size, 0u);
-  EXPECT_LE(free, size);
+  EXPECT_TRUE(size > 0 && free <= size);
   EXPECT_GT(statusUtils::getUptime(), 0);
   EXPECT_EQ(statusUtils::getIntrusionStatus(), 0);
 }
 
-TEST_F(SimScenario, DistributeLoggingReachesEveryManager) {
+TEST_F(SimScenario, DistributeLoggingReachesEveryManagerInOrder) {
   processManagerUtils::distributeLogging(7, 0x12);
   std::string log = readFile("/var/log/corvane-sim.log");
   size_t at = 0;
   for (char const* manager : {"processmgr", "firmwaremgr", "hardwaremgr", "networkmgr", "usermgr",
                               "configmgr", "statusmgr"}) {
-    size_t found = log.find(std::string(manager) + ": setLogging level 7 mask 0x00000012", at);
-    ASSERT_NE(found, std::string::npos) << manager << " not reached in order:\n" << log;
-    at = found;
+    at = log.find(std::string(manager) + ": setLogging level 7 mask 0x00000012", at);
+    ASSERT_NE(at, std::string::npos) << manager << " not reached in order:\n" << log;
   }
 }
 
@@ -233,12 +192,9 @@ TEST_F(SimScenario, NetworkStatusFollowsTheConfiguration) {
     EXPECT_EQ(status->mSuccess, c.success);
     EXPECT_EQ(status->mEnabled, c.enabled);
     EXPECT_EQ(status->mLinked, c.enabled);
-    if (c.address == nullptr) {
-      EXPECT_TRUE(status->mStatus.empty());
-    } else {
-      ASSERT_EQ(status->mStatus.size(), 1u);
-      EXPECT_STREQ(status->mStatus[0].findValue("address"), c.address);
-    }
+    ASSERT_EQ(status->mStatus.size(), c.address == nullptr ? 0u : 1u);
+    EXPECT_STREQ(status->mStatus.empty() ? nullptr : status->mStatus[0].findValue("address"),
+                 c.address);
   }
 }
 
@@ -251,8 +207,7 @@ TEST_F(SimScenario, ProcessManagerKeepsLevelsRequestsAndUnhealthyCounts) {
   EXPECT_NE(readFile("/var/log/corvane-sim.log").find("processmgr: reboot requested"),
             std::string::npos);
   // Unrecoverable from the third note on (the default count): then nothing is emitted.
-  int const expected[] = {0, 0, 1, 1};
-  for (int code : expected)
+  for (int code : {0, 0, 1, 1})
     EXPECT_EQ(processManagerUtils::signalApplicationIsUnhealthy("app"), code);
   EXPECT_EQ(readFile("/sandbox/calls/initctl"),
             "emit\t--no-wait\tapp-unhealthy\nemit\t--no-wait\tapp-unhealthy\n");
@@ -297,43 +252,32 @@ TEST_F(SimScenario, AccountsLiveInTheUserStoreFile) {
   user::Store after;
   ASSERT_TRUE(after.read_users("/etc/corvane/users.xml"));
   EXPECT_EQ(after.find("oper"), nullptr);
-  EXPECT_NE(after.find("admin"), nullptr);
 }
 
 TEST(SimCommandLine, BadArgumentsAreRefusedBeforeServing) {
-  std::vector<std::vector<std::string>> const cases = {
-      {"--bogus"},
-      {"--fault", "configmgr"},
-      {"--fault", "configmgr=melted"},
-      {"--fault", "nosuchmgr=down"},
-      {"--fault", "configmgr=slow:0"},
-      {"--scenario"},
-  };
-  for (auto const& args : cases) EXPECT_EQ(runSim(args), 2) << args[0] << " " << args.back();
+  for (char const* args : {"--bogus", "--fault configmgr", "--fault configmgr=melted",
+                           "--fault nosuchmgr=down", "--fault configmgr=slow:0", "--scenario"})
+    EXPECT_EQ(simExit(args), 2) << args;
   // Without a running simulator the control command fails.
-  EXPECT_EQ(runSim({"--control", "status"}), 1);
+  EXPECT_EQ(simExit("--control status"), 1);
 }
 
 TEST(SimCommandLine, ScenarioFileAndStartingFaultsAreHonoured) {
-  {
-    std::ofstream scenario("/tmp/scenario");
-    scenario << "# one failing fan\nfan X9 1234 500 3\nbogus line\ntemp T 99 70 80 4\n";
-  }
-  pid_t pid = -1;
-  ASSERT_EQ(runSim({"--scenario", "/tmp/scenario", "--fault", "processmgr=down"}, &pid), 0);
+  corvane::testing::writeFile(
+      "/tmp/scenario", "# one failing fan\nfan X9 1234 500 3\nbogus line\ntemp T 99 70 80 4\n");
+  pid_t pid = startSim("--scenario /tmp/scenario --fault processmgr=down");
+  ASSERT_GT(pid, 0);
   std::vector<statusUtils::FanStatus> fans;
   std::vector<statusUtils::TempStatus> temps;
+  std::vector<statusUtils::VoltStatus> volts;
   EXPECT_EQ(statusUtils::getFanStatus(fans), 1);
   EXPECT_EQ(statusUtils::getTempStatus(temps), 1);
-  std::vector<statusUtils::VoltStatus> volts;
   EXPECT_EQ(statusUtils::getVoltageStatus(volts), 1);
   processManagerUtils::PlatformLogLevel level = processManagerUtils::kLevelInfo;
   EXPECT_ANY_THROW(processManagerUtils::getPlatformLogLevel(level));
-  kill(pid, SIGTERM);
-  waitpid(pid, nullptr, 0);
+  stopSim(pid);
   ASSERT_EQ(fans.size(), 1u);
-  EXPECT_EQ(fans[0].mID, "X9");
-  EXPECT_EQ(fans[0].mFormatted, "1234 RPM");
+  EXPECT_EQ(fans[0].mID + " " + fans[0].mFormatted, "X9 1234 RPM");
   EXPECT_FALSE(fans[0].mOk);
   ASSERT_EQ(temps.size(), 1u);
   EXPECT_EQ(temps[0].mValue, 99);
@@ -343,38 +287,16 @@ TEST(SimCommandLine, ScenarioFileAndStartingFaultsAreHonoured) {
             std::string::npos);
 }
 
-class Progress : public FirmwareUpgradeListener {
- public:
-  void firmwareUpgradeProgress(int step, int total, int code) override {
-    std::lock_guard<std::mutex> lock(mutex);
-    reports.push_back({step, total, code});
-    changed.notify_all();
-  }
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::vector<std::vector<int>> reports;
-};
-
-TEST_F(SimScenario, FirmwareUpgradeReportsProgressToTheCallbackServer) {
+// Progress reports themselves are followed by the shell's tests.
+TEST_F(SimScenario, FirmwareUpgradeRunsToSuccess) {
   callbackManagerHandler* handler = callbackManagerHandler::startCallbackManager();
   ASSERT_NE(handler, nullptr);
-  Progress progress;
-  handler->setFirmwareUpgradeListener(&progress);
   ASSERT_EQ(firmwareUtils::upgrade("/tmp/image.bin", false, false, handler->port), 0);
   EXPECT_TRUE(firmwareUtils::hasRunningUpgradeWithCallback());
-  {
-    std::unique_lock<std::mutex> lock(progress.mutex);
-    progress.changed.wait_for(lock, std::chrono::seconds(5),
-                              [&] { return progress.reports.size() >= 5; });
-    EXPECT_EQ(progress.reports, (std::vector<std::vector<int>>{
-                                    {1, 5, 0}, {2, 5, 0}, {3, 5, 0}, {4, 5, 0}, {5, 5, 0}}));
-  }
-  for (int i = 0; i < 50 && firmwareUtils::hasRunningUpgradeWithCallback(); ++i) {
+  for (int i = 0; i < 150 && firmwareUtils::hasRunningUpgradeWithCallback(); ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
   EXPECT_FALSE(firmwareUtils::hasRunningUpgradeWithCallback());
   EXPECT_TRUE(firmwareUtils::wasPreviousSuccess());
-  handler->setFirmwareUpgradeListener(nullptr);
   callbackManagerHandler::cleanup();
 }
 
@@ -394,8 +316,7 @@ TEST_F(SimScenario, FaultsGiveNeutralAnswersInTime) {
   struct Case {
     char const* fault;
     std::function<int()> probe;
-    int expected;
-    int minimumMs;
+    int expected, minimumMs;
   } const cases[] = {
       {"configmgr=down", names, config::kwCommError, 0},
       {"configmgr=garbage", names, config::kwCommError, 0},
@@ -404,13 +325,12 @@ TEST_F(SimScenario, FaultsGiveNeutralAnswersInTime) {
       {"configmgr=none", names, config::kwOK, 0},
       {"networkmgr=hung", netReady, 0, 450},
       {"networkmgr=slow:200", netReady, 1, 200},
-      {"networkmgr=none", netReady, 1, 0},
       {"hardwaremgr=garbage", fans, 0, 0},
       {"all=none", fans, 1, 0},
   };
   for (auto const& c : cases) {
     SCOPED_TRACE(c.fault);
-    ASSERT_EQ(runSim({"--control", "fault", c.fault}), 0);
+    ASSERT_EQ(simExit(std::string("--control fault ") + c.fault), 0);
     auto start = Clock::now();
     EXPECT_EQ(c.probe(), c.expected);
     auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
@@ -418,18 +338,14 @@ TEST_F(SimScenario, FaultsGiveNeutralAnswersInTime) {
     EXPECT_LT(ms, 2000);
   }
   // The control command refuses what it does not know.
-  EXPECT_EQ(runSim({"--control", "fault", "configmgr=melted"}), 1);
-  EXPECT_EQ(runSim({"--control", "fault", "nosuchmgr=down"}), 1);
+  EXPECT_EQ(simExit("--control fault nosuchmgr=down"), 1);
 }
 
 // Last of the scenario: the reset empties /var/log and the configuration.
 TEST_F(SimScenario, DeviceResetRebootsTheSimulatorIntoItsSeededState) {
   // On the appliance "telinit 6" reboots the managers: here the stand-in tells the simulator.
-  {
-    std::ofstream hook("/sandbox/results/telinit.run");
-    hook << "#!/bin/sh\nexec " CORVANE_SIM_PROGRAM " --control reboot >/dev/null\n";
-  }
-  ASSERT_EQ(chmod("/sandbox/results/telinit.run", 0755), 0);
+  corvane::testing::setStandInScript("telinit",
+                                     "exec " CORVANE_SIM_PROGRAM " --control reboot >/dev/null\n");
   types::KeyValPair record{{"name", "eth0"}, {"MTU", "9000"}, {"IPAddress", "10.9.9.9/24"}};
   ASSERT_EQ(ethernetInterfaces::setInterface(record), 0);
   ASSERT_EQ(userUtils::addUser("temp", "pw"), 0);

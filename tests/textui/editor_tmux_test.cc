@@ -14,37 +14,28 @@
 
 namespace {
 
-std::string sh(std::string const& command) { return corvane::testing::commandOutput(command); }
-
 std::string const kTmux = "tmux -L corvane-editor -f /dev/null ";
-
-// Screen rows with trailing blanks and empty rows removed, once `expect` shows up.
-std::string screenWith(std::string const& expect) {
-  std::string screen;
-  for (int i = 0; i < 100; ++i) {
-    screen = sh(kTmux + "capture-pane -p -t ed | sed -e 's/ *$//' | sed -e '/^$/d'");
-    if (screen.find(expect) != std::string::npos) break;
-    usleep(50000);
-  }
-  return screen;
-}
 
 TEST(EditorTmuxTest, TypedLinesEditHistoryAndCompletion) {
   if (system("command -v tmux >/dev/null") != 0) GTEST_SKIP() << "tmux is not installed";
   ASSERT_EQ(0, system((kTmux + "new-session -d -s ed -x 40 -y 10 " TEXTUI_EDITOR_LOOP).c_str()));
-  auto keys = [](std::string const& k) { return system((kTmux + "send-keys -t ed " + k).c_str()); };
+  // Screen rows without trailing blanks and empty rows, once `expect` shows up.
+  auto screenWith = [](std::string const& expect) {
+    std::string screen;
+    for (int i = 0; i < 100 && screen.find(expect) == std::string::npos; ++i) {
+      if (i > 0) usleep(50000);
+      screen = corvane::testing::commandOutput(
+          kTmux + "capture-pane -p -t ed | sed -e 's/ *$//' | sed -e '/^$/d'");
+    }
+    return screen;
+  };
   screenWith("cv>");
-  // A typo fixed with Ctrl-T, a word jump, and Enter.
-  keys("-l 'sohw all'");
-  keys("C-a Right Right C-t C-e Enter");
-  // Recall it, change the last word with Escape-Backspace and a completion.
-  keys("Up M-BSpace");
-  keys("-l 'shu'");
-  keys("Tab Enter");
-  // The candidates in columns under the line, which is shown again.
-  keys("-l 'x'");
-  keys("M-?");
-  std::string screen = screenWith("shutdown  save\ncv> x");
+  // A typo fixed with Ctrl-T, a word jump, and Enter; recalled, its last word changed with
+  // Escape-Backspace and a completion; then the candidates in columns under the line, which
+  // is shown again.
+  for (char const* keys : {"-l 'sohw all'", "C-a Right Right C-t C-e Enter", "Up M-BSpace",
+                           "-l 'shu'", "Tab Enter", "-l 'x'", "M-?"})
+    EXPECT_EQ(0, system((kTmux + "send-keys -t ed " + keys).c_str()));
   EXPECT_EQ(
       "cv> show all\n"
       "got [show all]\n"
@@ -54,8 +45,8 @@ TEST(EditorTmuxTest, TypedLinesEditHistoryAndCompletion) {
       "show      set\n"
       "shutdown  save\n"
       "cv> x\n",
-      screen);
-  sh(kTmux + "kill-server 2>/dev/null");
+      screenWith("shutdown  save\ncv> x"));
+  corvane::testing::commandOutput(kTmux + "kill-server 2>/dev/null");
 }
 
 }  // namespace
