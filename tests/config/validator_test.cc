@@ -47,7 +47,7 @@ void check(Base const& v, std::vector<char const*> const& texts, char const* mes
   StructValue structure;
   for (char const* text : texts) {
     SimpleValue simple(text ? text : "");
-    std::string what = v.properties().at("name") + " '" + (text ? text : "null") + "'";
+    std::string const what = v.properties().at("name") + " '" + simple.str() + "'";
     EXPECT_EQ(message, verdict(v, text ? &simple : nullptr)) << what;
     if (text == nullptr) {
       EXPECT_EQ(message, verdict(v, &structure)) << what;
