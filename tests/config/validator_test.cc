@@ -47,7 +47,7 @@ void check(Base const& v, std::vector<char const*> const& texts, char const* mes
   StructValue structure;
   for (char const* text : texts) {
     SimpleValue simple(text ? text : "");
-    std::string what = v.properties().at("name") + " '" + (text ? text : "null") + "'";
+    std::string const what = v.properties().at("name") + " '" + simple.str() + "'";
     EXPECT_EQ(message, verdict(v, text ? &simple : nullptr)) << what;
     if (text == nullptr) {
       EXPECT_EQ(message, verdict(v, &structure)) << what;
@@ -126,28 +126,25 @@ TEST(StringTest, LengthsAndPatterns) {
 TEST(StringTest, LongRepetitionsAreRefusedNotFatal) {
   testing::SyslogSink sink;
   log::setLogLevel(4);
-  struct Case {
-    char const* pattern;
-    std::string unit;
-  } const cases[] = {
+  std::pair<char const*, std::string> const cases[] = {
       {"(ab)*", "ab"}, {"(\\w+\\s?)*", "a "}, {"([0-9a-fA-F]{1,4}:)*[0-9a-fA-F]{1,4}", "1:"}};
-  for (Case const& c : cases) {
+  for (auto const& c : cases) {
     String s("hostile");
-    s.addPattern(c.pattern);
+    s.addPattern(c.first);
     std::string shortValue;
-    for (int i = 0; i < 20; ++i) shortValue += c.unit;
-    if (c.unit == "1:") shortValue += "1";
-    EXPECT_EQ("ok", verdict(s, std::make_unique<SimpleValue>(shortValue).get())) << c.pattern;
+    for (int i = 0; i < 20; ++i) shortValue += c.second;
+    if (c.second == "1:") shortValue += "1";
+    EXPECT_EQ("ok", verdict(s, std::make_unique<SimpleValue>(shortValue).get())) << c.first;
     sink.drain(50);
     for (size_t bytes : {size_t(20000), size_t(1) << 20}) {
       std::string value;
-      while (value.size() < bytes) value += c.unit;
+      while (value.size() < bytes) value += c.second;
       auto start = std::chrono::steady_clock::now();
       EXPECT_EQ("@prop_string_no_match", verdict(s, std::make_unique<SimpleValue>(value).get()))
-          << c.pattern << " " << bytes;
+          << c.first << " " << bytes;
       EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
       std::vector<std::string> lines = sink.drain(50);
-      ASSERT_EQ(1u, lines.size()) << c.pattern;
+      ASSERT_EQ(1u, lines.size()) << c.first;
       EXPECT_NE(std::string::npos, lines[0].find("exceeds the matcher's bounds")) << lines[0];
       EXPECT_EQ(0u, lines[0].find("<140>")) << lines[0];  // facility 136, level 4
     }

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -80,21 +81,16 @@ TEST(ValueTest, OwnershipCopiesAndTheListForm) {
   // Clones are deep; the list form writes every kind, flag and closing name.
   Tree tree = build(kSample);
   Tree copy(tree->clone());
-  ValueList list;
-  tree->asThrift(list, "obj");
   object(tree.get())->insert("a", text("changed"));
-  EXPECT_EQ(kSample, spell(copy.get(), "obj"));
-  EXPECT_EQ(kSample, spell(list));
+  ValueList list;
+  copy->asThrift(list, "obj");
   SimpleValue("v").asThrift(list, nullptr);  // appends; null name is empty
   EXPECT_EQ(kSample + std::string(" =:v"), spell(list));
 }
 
 TEST(ThriftFormTest, ReadsListsAsDocumented) {
-  struct Case {
-    char const* list;
-    char const* expected;
-    int stop;  // index the iterator is left on; -1 for the end
-  } const cases[] = {
+  // (list, tree, index the iterator is left on or -1 for the end)
+  std::tuple<char const*, char const*, int> const cases[] = {
       {kSample, "{ =!a:x {empty }empty [!list { =n:1 } {! =!m:2 } =:t ]list }", 13},
       {"", "null", -1},
       {"]x", "null", 0},
@@ -106,14 +102,14 @@ TEST(ThriftFormTest, ReadsListsAsDocumented) {
       {"{! =a:1 =a:2 }", "{! =a:2 }", 3},
       {"{ [!l { =x:1", "{ [!l { =x:1 } ]l }", -1},
   };
-  for (auto const& c : cases) {
-    ValueList const list = unspell(c.list);
+  for (auto const& [spelt, expected, stop] : cases) {
+    ValueList const list = unspell(spelt);
     Tree whole(Value::parseThrift(list));
     auto it = list.begin();
     Tree part(Value::parseThrift(it, list.end()));
-    EXPECT_EQ(c.expected, spell(whole.get())) << c.list;
-    EXPECT_EQ(c.expected, spell(part.get())) << c.list;
-    EXPECT_EQ(c.stop, it == list.end() ? -1 : it - list.begin()) << c.list;
+    EXPECT_EQ(expected, spell(whole.get())) << spelt;
+    EXPECT_EQ(expected, spell(part.get())) << spelt;
+    EXPECT_EQ(stop, it == list.end() ? -1 : it - list.begin()) << spelt;
   }
 }
 
