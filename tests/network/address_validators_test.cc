@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Address validators against the sandbox's ipcalc stand-in: verdicts, stored messages, the
-// command line each check runs (or that it runs none), and the bind probe.
+// Address validators against the ipcalc stand-in, and the bind probe.
 
 #include "corvane/address_validators.h"
 
@@ -14,9 +13,7 @@
 
 #include "net_test_util.h"
 
-namespace corvane {
-namespace config {
-namespace validator {
+namespace corvane::config::validator {
 namespace {
 
 using testing::record;
@@ -116,6 +113,4 @@ TEST_F(AddressValidatorsTest, CheckBindVerdicts) {
 }
 
 }  // namespace
-}  // namespace validator
-}  // namespace config
-}  // namespace corvane
+}  // namespace corvane::config::validator

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Interface validators against a fake configuration manager holding ethernet, VLAN and
-// aggregate objects: verdicts, stored messages, the requests each walk makes, and the mode
-// check through the nicctlw.sh stand-in.
+// Interface validators against a fake configuration manager holding interface objects.
 
 #include "corvane/interface_validators.h"
 
@@ -15,9 +13,7 @@
 #include "corvane/diagnostic_utils.h"
 #include "net_test_util.h"
 
-namespace corvane {
-namespace config {
-namespace validator {
+namespace corvane::config::validator {
 namespace {
 
 using testing::record;
@@ -134,22 +130,13 @@ TEST_F(InterfaceValidatorsTest, Ethernet) {
        "@network_validation_mtu_too_small"},
   });
   // clang-format on
-  struct {
-    char const* mtu;
-    Texts addresses;
-    char const* result;
-  } const mtus[] = {
-      {"1279", {"fe80::1/64"}, "@network_validation_mtu_too_small"},
-      {"1280", {"fe80::1/64"}, ""},
-      {"1000", {"10.0.0.1/24"}, ""},
-      {"mtu", {"10.0.0.1/24", "fe80::1/64"}, "@network_validation_mtu_too_small"},
-      {"0", {}, ""},
-  };
-  for (auto const& c : mtus) {
-    std::unique_ptr<ArrayValue> list(testing::array(c.addresses));
-    EXPECT_EQ(c.result, validateMTU(c.mtu, list.get())) << c.mtu;
-  }
-  EXPECT_EQ("", validateMTU("1", nullptr));
+  // The MTU rule alone: below 1280 (text read as a number) with any IPv6 address.
+  std::unique_ptr<ArrayValue> mixed(testing::array({"10.0.0.1/24", "fe80::1/64"})),
+      four(testing::array({"10.0.0.1/24"})), none(testing::array({}));
+  EXPECT_EQ("@network_validation_mtu_too_small||@network_validation_mtu_too_small|||",
+            validateMTU("1279", mixed.get()) + "|" + validateMTU("1280", mixed.get()) + "|" +
+                validateMTU("mtu", mixed.get()) + "|" + validateMTU("1000", four.get()) + "|" +
+                validateMTU("0", none.get()) + "|" + validateMTU("1", nullptr));
 }
 
 TEST_F(InterfaceValidatorsTest, VLANAndAggregate) {
@@ -284,6 +271,4 @@ TEST_F(InterfaceValidatorsTest, TestModeAnswers) {
 }
 
 }  // namespace
-}  // namespace validator
-}  // namespace config
-}  // namespace corvane
+}  // namespace corvane::config::validator

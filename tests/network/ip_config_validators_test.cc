@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// IP configuration and route validators against the sandbox's ipcalc and calcNetworkAddr
-// stand-ins: verdicts, stored messages, the processes each check starts, and no temporary
-// file or descriptor left behind.
+// IP configuration and route validators against the ipcalc and calcNetworkAddr stand-ins.
 
 #include "corvane/ip_config_validators.h"
 
@@ -14,9 +12,7 @@
 
 #include "net_test_util.h"
 
-namespace corvane {
-namespace config {
-namespace validator {
+namespace corvane::config::validator {
 namespace {
 
 using testing::array;
@@ -184,6 +180,4 @@ TEST_F(IPConfigValidatorsTest, RouteFamiliesAndDuplicates) {
 }
 
 }  // namespace
-}  // namespace validator
-}  // namespace config
-}  // namespace corvane
+}  // namespace corvane::config::validator
