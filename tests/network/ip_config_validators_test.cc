@@ -6,7 +6,6 @@
 
 #include <sys/mount.h>
 
-#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -46,55 +45,50 @@ class IPConfigValidatorsTest : public testing::NetTest {
   IPConfigValidator mIp{"ip"};
 };
 
-// `edit` adjusts the settings built from the other columns.
+// `key` (when not null) is replaced by `replacement` in the settings built from the rest.
 TEST_F(IPConfigValidatorsTest, GatewayAndRouteWalks) {
-  auto set = [](char const* key, Value* value) {
-    return [=](StructValue* ip) { ip->insert(key, value); };
-  };
-  std::function<void(StructValue*)> const none = [](StructValue*) {};
   struct Case {
     std::initializer_list<std::string> addresses;
     char const *v4, *v6;
     std::vector<std::string> routes;
-    std::function<void(StructValue*)> edit;
+    char const* key;
+    Value* replacement;
     char const *message, *ipcalc, *calc;  // message "" when valid
   } const cases[] = {
       // clang-format off
-      {{}, "99.9.9.9", "2001::1", {"99.9.9.9"}, set("use-dhcp", simple("true")), "", "", ""},
-      {{}, "10.1.0.1", "", {}, set("use-dhcp", simple("TRUE")),
+      {{}, "99.9.9.9", "2001::1", {"99.9.9.9"}, "use-dhcp", simple("true"), "", "", ""},
+      {{}, "10.1.0.1", "", {}, "use-dhcp", simple("TRUE"),
        "@network_validation_ipv4_default_gateway_with_no_static_addr", "", ""},
-      {{"10.1.0.7/16"}, "10.1.0.1", "", {}, set("use-dhcp", new ArrayValue()), kExec, "", ""},
-      {{}, "", "2001:db8::1", {}, none,
+      {{"10.1.0.7/16"}, "10.1.0.1", "", {}, "use-dhcp", new ArrayValue(), kExec, "", ""},
+      {{}, "", "2001:db8::1", {}, nullptr, nullptr,
        "@network_validation_ipv6_default_gateway_with_no_static_addr", "", ""},
-      {{"2001:db8::7/64"}, "10.1.0.1", "", {}, none,
-       "@network_validation_ipv4_default_gateway_not_on_subnet", "", ""},
-      {{"192.168.1.5/24", "2001:db8::7/64", "10.1.0.7/16"}, "10.1.0.1", "", {}, none, "",
+      {{"192.168.1.5/24", "2001:db8::7/64", "10.1.0.7/16"}, "10.1.0.1", "", {}, nullptr, nullptr, "",
        "-s -n 10.1.0.1/24; -s -n 192.168.1.5/24; -s -n 10.1.0.1/16; -s -n 10.1.0.7/16", ""},
-      {{"10.1.0.7/16"}, "10.2.0.1", "", {}, none,
+      {{"10.1.0.7/16", "2001:db8::7/64"}, "10.2.0.1", "", {}, nullptr, nullptr,
        "@network_validation_ipv4_default_gateway_not_on_subnet",
        "-s -n 10.2.0.1/16; -s -n 10.1.0.7/16", ""},
-      {{"10.1.0.7/16"}, "", "", {}, set("ipv4-default-gateway", new StructValue()), kExec, "", ""},
-      {{"10.1.0.7/16", "2001:db8:1::7/64"}, "", "2001:db8:1::1", {}, none, "", "",
+      {{"10.1.0.7/16"}, "", "", {}, "ipv4-default-gateway", new StructValue(), kExec, "", ""},
+      {{"10.1.0.7/16", "2001:db8:1::7/64"}, "", "2001:db8:1::1", {}, nullptr, nullptr, "", "",
        "2001:db8:1::1/64; 2001:db8:1::7/64"},
-      {{"2001:db8:2::7/64"}, "", "2001:db8:1::1", {}, none,
+      {{"2001:db8:2::7/64"}, "", "2001:db8:1::1", {}, nullptr, nullptr,
        "@network_validation_ipv6_default_gateway_not_on_subnet", "",
        "2001:db8:1::1/64; 2001:db8:2::7/64"},
-      {{}, "", "", {"10.1.0.1"}, none,
+      {{}, "", "", {"10.1.0.1"}, nullptr, nullptr,
        "@network_validation_static_route_with_no_static_addr", "", ""},
-      {{"2001:db8::7/64", "10.1.0.7/16"}, "", "", {"10.1.0.1"}, none, "",
+      {{"2001:db8::7/64", "10.1.0.7/16"}, "", "", {"10.1.0.1"}, nullptr, nullptr, "",
        "-s -n 10.1.0.1/16; -s -n 10.1.0.7/16", "10.1.0.1/64; 2001:db8::7/64"},
-      {{"10.1.0.7/16"}, "", "", {"10.1.9.9", "10.9.9.9"}, none,
+      {{"10.1.0.7/16"}, "", "", {"10.1.9.9", "10.9.9.9"}, nullptr, nullptr,
        "The route gateway 10.9.9.9 is not in the subnet of any static address of the interface.",
        "-s -n 10.1.9.9/16; -s -n 10.1.0.7/16; -s -n 10.9.9.9/16; -s -n 10.1.0.7/16", ""},
-      {{"10.1.0.7/16"}, "", "", {""}, none, kExec, "", ""},
-      {{"10.1.0.7/16"}, "", "", {}, set("static-route", array({"10.1.0.1"})), kExec, "", ""},
+      {{"10.1.0.7/16"}, "", "", {""}, nullptr, nullptr, kExec, "", ""},
+      {{"10.1.0.7/16"}, "", "", {}, "static-route", array({"10.1.0.1"}), kExec, "", ""},
       // clang-format on
   };
   int descriptors = testing::openDescriptorCount();
   for (Case const& c : cases) {
     SCOPED_TRACE(&c - cases);
     std::unique_ptr<StructValue> value(settings(c.addresses, c.v4, c.v6, c.routes));
-    c.edit(value.get());
+    if (c.key != nullptr) value->insert(c.key, c.replacement);
     testing::clearStandInCalls();
     EXPECT_EQ(c.message, verdict(mIp, value.get()));
     EXPECT_EQ(c.ipcalc, joined("ipcalc"));
