@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <tuple>
 
 #include "net_test_util.h"
 
@@ -84,17 +85,14 @@ TEST_F(AddressValidatorsTest, CheckBindVerdicts) {
   ASSERT_EQ(0, bind(listener, reinterpret_cast<sockaddr*>(&at), sizeof at));
   ASSERT_EQ(0, listen(listener, 1));
   int before = testing::openDescriptorCount();
-  struct Case {
-    char const *address, *port;
-    bool ok;
-  } const cases[] = {
+  std::tuple<char const*, char const*, bool> const cases[] = {
       {"127.0.0.1", "22", true},    // in use (98) counts as present
       {"127.0.0.1", "http", true},  // letters bind port 0
       {"10.9.9.9", "80", false},    // not on any interface (99)
       {"::1", "80", false},         // IPv4-shaped address on an IPv6 socket
   };
-  for (Case const& c : cases)
-    EXPECT_EQ(c.ok, checkBind(c.address, c.port)) << c.address << " " << c.port;
+  for (auto const& [address, port, ok] : cases)
+    EXPECT_EQ(ok, checkBind(address, port)) << address << " " << port;
   EXPECT_EQ(before, testing::openDescriptorCount());
   testing::Lines lines = traces();
   for (char const* line :

@@ -35,14 +35,11 @@ StructValue* ipOf(StructValue& o) { return static_cast<StructValue*>(o.find("ip"
 
 // eth0 with one address of each family and both gateways.
 std::unique_ptr<StructValue> eth0() {
-  std::unique_ptr<StructValue> o(record({{"name", "eth0"},
-                                         {"AdminState", "Enabled"},
-                                         {"mtu", "9000"},
-                                         {"use-arp", "true"},
-                                         {"mode", "1000baseTx-FD"},
-                                         {"userdata", "rack 4"}}));
-  auto* ip =
-      record({{"use-slaac", "false"}, {"dad-transmits", "2"}, {"dad-retransmit-timer", "900"}});
+  // clang-format off
+  std::unique_ptr<StructValue> o(record({{"name", "eth0"}, {"AdminState", "Enabled"},
+      {"mtu", "9000"}, {"use-arp", "true"}, {"mode", "1000baseTx-FD"}, {"userdata", "rack 4"}}));
+  auto* ip = record({{"use-slaac", "false"}, {"dad-transmits", "2"}, {"dad-retransmit-timer", "900"}});
+  // clang-format on
   ip->insert("address", array({"10.0.0.5/24", "fd00::5/64", "10.0.0.6/24"}));
   ip->insert("ipv4-default-gateway", record({{"gateway", "10.0.0.1"}, {"metric", "10"}}));
   ip->insert("ipv6-default-gateway", record({{"gateway", "fd00::1"}}));

@@ -122,20 +122,14 @@ TEST_F(IPConfigValidatorsTest, OddInputsAndUnwritableTmp) {
 }
 
 TEST_F(IPConfigValidatorsTest, RouteFamiliesAndDuplicates) {
-  // Two routes to 10.0.0.0/8 via 10.1.1.1 with the given metrics ("" leaves it out).
-  auto routes = [](std::string first, std::string second) {
-    auto* list = new ArrayValue();
-    for (std::string const& metric : {first, second})
-      list->append(
-          record({{"destination", "10.0.0.0/8"}, {"gateway", "10.1.1.1"}, {"metric", metric}}));
-    return list;
+  auto route = [](char const* destination, char const* gateway, char const* metric = "") {
+    return record({{"destination", destination}, {"gateway", gateway}, {"metric", metric}});
   };
-  auto route = [](char const* destination, char const* gateway) {
-    return record({{"destination", destination}, {"gateway", gateway}});
+  auto list = [](std::initializer_list<Value*> elements) {
+    auto* a = new ArrayValue();
+    for (Value* e : elements) a->append(e);
+    return a;
   };
-  auto* withStruct = array({"10.0.0.1/24"});
-  withStruct->append(new StructValue());
-  withStruct->append(simple("10.0.0.2/24"));
   StaticRouteValidator one("route");
   IPAddressArrayValidator addresses("address");
   StaticRouteArrayValidator routeList("static-route");
@@ -153,14 +147,17 @@ TEST_F(IPConfigValidatorsTest, RouteFamiliesAndDuplicates) {
        "The gateway 10.1.1.1 does not belong to the same IP family as the destination nonsense.",
        "-4 -c -s nonsense; -c -6 -s 10.1.1.1"},
       {one, route("10.0.0.0/8", ""), kExec, ""},
-      {addresses, withStruct, "", ""},
+      {addresses, list({simple("10.0.0.1/24"), new StructValue(), simple("10.0.0.2/24")}), "", ""},
       {addresses, array({"10.0.0.1/24", "fe80::1/64", "10.0.0.1/16"}),
        "The address 10.0.0.1/16 repeats an address already in the list (only the prefix length "
        "differs).",
        ""},
       {addresses, simple("10.0.0.1/24"), kExec, ""},
-      {routeList, routes("", "1"), "", ""},
-      {routeList, routes("", "0"), "@network_validation_duplicate_static_route", ""},
+      // A missing metric equals 0.
+      {routeList, list({route("10.0.0.0/8", "10.1.1.1"), route("10.0.0.0/8", "10.1.1.1", "1")}), "",
+       ""},
+      {routeList, list({route("10.0.0.0/8", "10.1.1.1"), route("10.0.0.0/8", "10.1.1.1", "0")}),
+       "@network_validation_duplicate_static_route", ""},
       {routeList, array({"a", "b"}), "@network_validation_duplicate_static_route", ""},
       {routeList, new StructValue(), kExec, ""},
   };

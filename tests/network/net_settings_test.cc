@@ -127,20 +127,16 @@ TEST_F(NetSettingsTest, KernelHostNameIsOneLineOfAtMost64Characters) {
   std::string const x64(64, 'x');
   testing::writeFile("/tmp/hostname", "");
   ASSERT_EQ(0, mount("/tmp/hostname", "/proc/sys/kernel/hostname", nullptr, MS_BIND, nullptr));
-  struct Case {
-    std::string content, expected;
-  } const cases[] = {
-      {"appliance\n", "appliance"},
-      {"no-newline", "no-newline"},
-      {x64 + "\n", x64},
-      {x64 + "yz\n", x64},
-      {"a\nb\n", "a"},
-      {"", ""},
-  };
-  for (Case const& c : cases) {
-    testing::writeFile("/tmp/hostname", c.content.c_str());
-    EXPECT_EQ(c.expected, nodeName::getFromKernel()) << c.content;
-    EXPECT_EQ(c.expected, nodeName::get()) << c.content;
+  std::pair<std::string, std::string> const cases[] = {{"appliance\n", "appliance"},
+                                                       {"no-newline", "no-newline"},
+                                                       {x64 + "\n", x64},
+                                                       {x64 + "yz\n", x64},
+                                                       {"a\nb\n", "a"},
+                                                       {"", ""}};
+  for (auto const& c : cases) {
+    testing::writeFile("/tmp/hostname", c.first.c_str());
+    EXPECT_EQ(c.second, nodeName::getFromKernel()) << c.first;
+    EXPECT_EQ(c.second, nodeName::get()) << c.first;
   }
   EXPECT_TRUE(logged("Cant read /proc/sys/kernel/hostname, code"));
   EXPECT_EQ(0, umount("/proc/sys/kernel/hostname"));
