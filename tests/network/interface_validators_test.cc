@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Interface validators against a fake configuration manager holding ethernet, VLAN and
-// aggregate objects: verdicts, stored messages, the requests each walk makes, and the mode
-// check through the nicctlw.sh stand-in.
+// Interface validators against a fake configuration manager holding interface objects.
 
 #include "corvane/interface_validators.h"
 
@@ -10,68 +8,51 @@
 #include <map>
 #include <memory>
 
-#include <gtest/gtest.h>
-
 #include <corvane/idl/configManager.h>
 #include "corvane/config_service.h"
 #include "corvane/diagnostic_utils.h"
-#include "corvane/log.h"
 #include "net_test_util.h"
-#include "sandbox.h"
 
-namespace corvane {
-namespace config {
-namespace validator {
+namespace corvane::config::validator {
 namespace {
 
-using testing::Args;
 using testing::record;
+using testing::verdict;
 namespace cm = ::configManager;
 using Members = std::initializer_list<std::pair<char const*, std::string>>;
+using Texts = std::initializer_list<std::string>;
+char const* const kExec = "@cli_gen_execution_error";
+char const* const kNotUnique = "@network_validation_interface_name_is_not_unique";
 
-StructValue* withIp(StructValue* object, std::initializer_list<std::string> addresses) {
+// An object with the given simple members, a "member" list unless `members` is null and an
+// "ip" structure with `addresses` unless that is null.
+StructValue* obj(Members simple, Texts const* addresses, Texts const* members = nullptr) {
+  StructValue* object = record(simple);
+  if (members != nullptr) object->insert("member", testing::array(*members));
+  if (addresses == nullptr) return object;
   auto* ip = record({{"use-dhcp", "false"}});
-  ip->insert("address", testing::array(addresses));
+  ip->insert("address", testing::array(*addresses));
   object->insert("ip", ip);
   return object;
 }
 
-StructValue* withMembers(StructValue* object, std::initializer_list<std::string> members) {
-  object->insert("member", testing::array(members));
-  return object;
-}
+Texts const kEth0{"10.0.0.1/24"}, kEth1{"10.0.1.1/24"}, kEth2{"fe80::2/64"}, kNone{},
+    kVlan10{"10.0.10.1/24"}, kBond0{"10.0.2.1/24"}, kBond0Members{"eth0", "eth1"},
+    kOne{"10.0.5.1/24"};
 
-// An object with the given simple members and, unless `addresses` is null, an "ip" structure.
-StructValue* obj(Members simple, std::initializer_list<std::string> const* addresses) {
-  return addresses ? withIp(record(simple), *addresses) : record(simple);
-}
-
-// Interface objects by type and name, served by the fake configuration manager.
-using World = std::map<std::string, std::map<std::string, std::shared_ptr<StructValue>>>;
-
-World existing() {
-  World w;
-  auto& eth = w["ethernet-interface"];
-  eth["eth0"].reset(withIp(record({{"name", "eth0"}, {"AdminState", "Disabled"}, {"mode", "auto"}}),
-                           {"10.0.0.1/24"}));
-  eth["eth1"].reset(
-      withIp(record({{"name", "eth1"}, {"AdminState", "Disabled"}}), {"10.0.1.1/24"}));
-  eth["eth2"].reset(withIp(record({{"name", "eth2"}, {"AdminState", "Enabled"}}), {"fe80::2/64"}));
-  eth["eth3"].reset(withIp(record({{"name", "eth3"}, {"AdminState", "disabled"}}), {}));
-  w["vlan-interface"]["vlan10"].reset(
-      withIp(record({{"name", "vlan10"}, {"sub-interface", "eth2"}, {"vlan-identifier", "10"}}),
-             {"10.0.10.1/24"}));
-  w["aggregate-interface"]["bond0"].reset(
-      withIp(withMembers(record({{"name", "bond0"}}), {"eth0", "eth1"}), {"10.0.2.1/24"}));
-  return w;
-}
-
-class InterfaceValidatorsTest : public ::testing::Test {
+class InterfaceValidatorsTest : public testing::NetTest {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(testing::inSandbox());
-    log::setLogLevel(7);
-    testing::clearStandInCalls();
+    NetTest::SetUp();
+    auto& eth = mWorld["ethernet-interface"];
+    eth["eth0"].reset(
+        obj({{"name", "eth0"}, {"AdminState", "Disabled"}, {"mode", "auto"}}, &kEth0));
+    eth["eth1"].reset(obj({{"name", "eth1"}, {"AdminState", "Disabled"}}, &kEth1));
+    eth["eth2"].reset(obj({{"name", "eth2"}, {"AdminState", "Enabled"}}, &kEth2));
+    eth["eth3"].reset(obj({{"name", "eth3"}, {"AdminState", "disabled"}}, &kNone));
+    mWorld["vlan-interface"]["vlan10"].reset(
+        obj({{"name", "vlan10"}, {"sub-interface", "eth2"}, {"vlan-identifier", "10"}}, &kVlan10));
+    mWorld["aggregate-interface"]["bond0"].reset(obj({{"name", "bond0"}}, &kBond0, &kBond0Members));
     serve();
   }
 
@@ -97,46 +78,35 @@ class InterfaceValidatorsTest : public ::testing::Test {
           return r;
         });
   }
-
   size_t calls(char const* method) { return mManager.calls(method).size(); }
 
-  World mWorld = existing();
+  std::map<std::string, std::map<std::string, std::unique_ptr<StructValue>>> mWorld;
   testing::FakeManager mManager{"configmgr"};
-  testing::SyslogSink mSink;
 };
 
 struct Case {
   char const* what;
   Value* value;         // owned by the loop
-  char const* message;  // "" when valid
+  std::string message;  // "" when valid
 };
 
 void check(Base const& validator, std::initializer_list<Case> cases) {
   for (Case const& c : cases) {
-    SCOPED_TRACE(c.what);
     std::unique_ptr<Value> value(c.value);
-    EXPECT_EQ(*c.message == '\0', validator.Valid(value.get()));
-    if (*c.message != '\0') {
-      EXPECT_EQ(c.message, validator.message());
-    }
+    EXPECT_EQ(c.message, verdict(validator, value.get())) << c.what;
   }
 }
 
-char const* const kExec = "@cli_gen_execution_error";
-char const* const kNotUnique = "@network_validation_interface_name_is_not_unique";
-std::initializer_list<std::string> const kOne{"10.0.5.1/24"};
-
 TEST_F(InterfaceValidatorsTest, Ethernet) {
-  auto eth5 = [](char const* admin, char const* mode) {
-    return obj({{"name", "eth5"}, {"AdminState", admin}, {"mode", mode}}, &kOne);
+  auto eth5 = [](char const* admin, char const* mode, Texts const* addresses = &kOne) {
+    return obj({{"name", "eth5"}, {"AdminState", admin}, {"mode", mode}}, addresses);
   };
-  std::initializer_list<std::string> const taken4{"10.0.5.1/24", "10.0.1.1/16"},
-      vlan{"10.0.10.1/24"}, six{"10.0.5.1/24", "fe80::1/64"}, own{"10.0.0.1/24"};
+  Texts const taken4{"10.0.5.1/24", "10.0.1.1/16"}, six{"10.0.5.1/24", "fe80::1/64"};
   EthernetInterfaceValidator v("ethernet-interface");
   testing::setStandInResult("nicctlw.sh", 33, "");
   check(v, {{"unsupported mode", eth5("Disabled", "10-half"),
              "The mode 10-half is not supported by the ethernet interface eth5."}});
-  EXPECT_EQ("testmode eth5 10-half", testing::joined(testing::standInCalls("nicctlw.sh")));
+  EXPECT_EQ("testmode eth5 10-half", testing::joined("nicctlw.sh"));
   testing::setStandInResult("nicctlw.sh", 34, "");
   check(v, {{"modes unknown", eth5("Disabled", "10-half"), ""}});
   testing::setStandInResult("nicctlw.sh", -1, "");
@@ -145,49 +115,40 @@ TEST_F(InterfaceValidatorsTest, Ethernet) {
       {"not a structure", testing::simple("eth0"), kExec},
       {"no AdminState", obj({{"name", "eth5"}, {"mode", "auto"}}, &kOne), kExec},
       {"no mode", obj({{"name", "eth5"}, {"AdminState", "Disabled"}}, &kOne), kExec},
-      {"no ip", obj({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mode", "auto"}}, nullptr), kExec},
+      {"no ip", eth5("Disabled", "auto", nullptr), kExec},
       {"enabled aggregate member", obj({{"name", "eth1"}, {"AdminState", "enabled"}}, nullptr),
        "The ethernet interface eth1 cannot be enabled because it is a member of the aggregate "
        "interface bond0."},
       {"capitals are not enabled",
-       obj({{"name", "eth0"}, {"AdminState", "ENABLED"}, {"mode", "auto"}}, &own), ""},
-      {"address of another ethernet",
-       obj({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}, &taken4),
+       obj({{"name", "eth0"}, {"AdminState", "ENABLED"}, {"mode", "auto"}}, &kEth0), ""},
+      {"address of another ethernet", eth5("Enabled", "auto", &taken4),
        "The IP address 10.0.1.1 is already assigned to the interface eth1."},
-      {"address of a vlan", obj({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mode", "auto"}}, &vlan),
+      {"address of a vlan", eth5("Disabled", "auto", &kVlan10),
        "The IP address 10.0.10.1 is already assigned to the interface vlan10."},
       {"small mtu with IPv6",
        obj({{"name", "eth5"}, {"AdminState", "Disabled"}, {"mtu", "1279"}}, &six),
        "@network_validation_mtu_too_small"},
   });
   // clang-format on
+  // The MTU rule alone: below 1280 (text read as a number) with any IPv6 address.
+  std::unique_ptr<ArrayValue> mixed(testing::array({"10.0.0.1/24", "fe80::1/64"})),
+      four(testing::array({"10.0.0.1/24"})), none(testing::array({}));
+  EXPECT_EQ("@network_validation_mtu_too_small||@network_validation_mtu_too_small|||",
+            validateMTU("1279", mixed.get()) + "|" + validateMTU("1280", mixed.get()) + "|" +
+                validateMTU("mtu", mixed.get()) + "|" + validateMTU("1000", four.get()) + "|" +
+                validateMTU("0", none.get()) + "|" + validateMTU("1", nullptr));
 }
 
-TEST_F(InterfaceValidatorsTest, MTURule) {
-  struct {
-    char const* mtu;
-    std::initializer_list<std::string> addresses;
-    char const* result;
-  } const cases[] = {
-      {"1279", {"fe80::1/64"}, "@network_validation_mtu_too_small"},
-      {"1280", {"fe80::1/64"}, ""},
-      {"1000", {"10.0.0.1/24"}, ""},
-      {"mtu", {"10.0.0.1/24", "fe80::1/64"}, "@network_validation_mtu_too_small"},
-      {"0", {}, ""},
-  };
-  for (auto const& c : cases) {
-    std::unique_ptr<ArrayValue> list(testing::array(c.addresses));
-    EXPECT_EQ(c.result, validateMTU(c.mtu, list.get())) << c.mtu;
-  }
-  EXPECT_EQ("", validateMTU("1", nullptr));
-}
-
-TEST_F(InterfaceValidatorsTest, VLAN) {
-  std::initializer_list<std::string> const own{"10.0.10.1/24"}, fresh{"10.0.11.1/24"};
+TEST_F(InterfaceValidatorsTest, VLANAndAggregate) {
+  Texts const fresh{"10.0.11.1/24"}, bond1{"10.0.3.1/24"}, eth3{"eth3"}, clash{"eth3", "eth1"};
   auto vlan = [&](char const* name, char const* sub, char const* id) {
     return obj({{"name", name}, {"sub-interface", sub}, {"vlan-identifier", id}},
-               std::string(name) == "vlan10" ? &own : &fresh);
+               std::string(name) == "vlan10" ? &kVlan10 : &fresh);
   };
+  auto bond = [&](Members simple, Texts const& members = kNone) {
+    return obj(simple, &bond1, &members);
+  };
+  char const* const ab = "active-backup";
   // clang-format off
   check(VLANInterfaceValidator("vlan-interface"), {
       {"ethernet name", vlan("eth1", "eth2", "11"), kNotUnique},
@@ -201,45 +162,33 @@ TEST_F(InterfaceValidatorsTest, VLAN) {
       {"no ip", obj({{"name", "vlan11"}, {"sub-interface", "eth2"}, {"vlan-identifier", "11"}},
                     nullptr), kExec},
   });
-  // clang-format on
-}
-
-TEST_F(InterfaceValidatorsTest, Aggregate) {
-  auto bond = [](Members simple, std::initializer_list<std::string> members) {
-    return withIp(withMembers(record(simple), members), {"10.0.3.1/24"});
-  };
-  char const* const ab = "active-backup";
-  // clang-format off
   check(AggregateInterfaceValidator("aggregate-interface"), {
-      {"ethernet name", bond({{"name", "eth3"}}, {}), kNotUnique},
-      {"vlan name", bond({{"name", "vlan10"}}, {}), kNotUnique},
+      {"ethernet name", bond({{"name", "eth3"}}), kNotUnique},
+      {"vlan name", bond({{"name", "vlan10"}}), kNotUnique},
       {"lacp without selection logic",
-       bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"transmit-hash-policy", "l2"}}, {}),
+       bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"transmit-hash-policy", "l2"}}),
        "@network_validation_lacp_selection_logic_not_specified"},
       {"lacp without hash policy",
-       bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"lacp-selection-logic", "s"}}, {}),
+       bond({{"name", "bond1"}, {"aggregation-policy", "lacp"}, {"lacp-selection-logic", "s"}}),
        "@network_validation_lacp_transmit_hash_policy_not_specified"},
-      {"active-backup without primary",
-       bond({{"name", "bond1"}, {"aggregation-policy", ab}}, {"eth3"}),
+      {"active-backup without primary", bond({{"name", "bond1"}, {"aggregation-policy", ab}}, eth3),
        "@network_validation_primary_member_not_specified"},
       {"primary not a member",
-       bond({{"name", "bond1"}, {"aggregation-policy", ab}, {"primary-member", "eth3"}}, {}),
+       bond({{"name", "bond1"}, {"aggregation-policy", ab}, {"primary-member", "eth3"}}),
        "The primary member eth3 is not one of the members of the aggregate interface."},
-      {"no member list", withIp(record({{"name", "bond1"}}), {}), kExec},
-      {"member of another aggregate", bond({{"name", "bond1"}}, {"eth3", "eth1"}),
+      {"no member list", obj({{"name", "bond1"}}, &kNone), kExec},
+      {"member of another aggregate", bond({{"name", "bond1"}}, clash),
        "The ethernet interface eth1 is already a member of the aggregate interface bond0."},
-      {"itself unchanged",
-       withIp(withMembers(record({{"name", "bond0"}}), {"eth0", "eth1"}), {"10.0.2.1/24"}), ""},
+      {"itself unchanged", obj({{"name", "bond0"}}, &kBond0, &kBond0Members), ""},
       {"active-backup complete",
-       bond({{"name", "bond1"}, {"aggregation-policy", ab}, {"primary-member", "eth3"}}, {"eth3"}),
-       ""},
+       bond({{"name", "bond1"}, {"aggregation-policy", ab}, {"primary-member", "eth3"}}, eth3), ""},
   });
   // clang-format on
 }
 
 TEST_F(InterfaceValidatorsTest, MemberAndSubInterfaceNames) {
   auto name = testing::simple;
-  char const* const mustDisable =
+  std::string const mustDisable =
       " must be disabled before it can become a member of an aggregate interface.";
   // clang-format off
   check(VLANSubInterfaceNameValidator("sub-interface"), {
@@ -255,9 +204,8 @@ TEST_F(InterfaceValidatorsTest, MemberAndSubInterfaceNames) {
   check(EthernetInterfaceNameValidator("member"), {
       {"not simple", new ArrayValue(), kExec},
       {"unknown", name("eth9"), "The ethernet interface eth9 does not exist."},
-      {"enabled", name("eth2"), (std::string("The ethernet interface eth2") + mustDisable).c_str()},
-      {"lower-case disabled", name("eth3"),
-       (std::string("The ethernet interface eth3") + mustDisable).c_str()},
+      {"enabled", name("eth2"), "The ethernet interface eth2" + mustDisable},
+      {"lower-case disabled", name("eth3"), "The ethernet interface eth3" + mustDisable},
       {"disabled", name("eth1"), ""},
   });
   // clang-format on
@@ -267,8 +215,8 @@ TEST_F(InterfaceValidatorsTest, MemberAndSubInterfaceNames) {
 TEST_F(InterfaceValidatorsTest, RequestsPerCheck) {
   EXPECT_EQ("The IP address 10.0.0.1 is already assigned to the interface eth0.",
             checkForDupBaseAddr("eth5", "10.0.0.1"));
-  EXPECT_EQ(1u, calls("getNamesofObject"));
-  EXPECT_EQ(1u, calls("queryObject"));
+  EXPECT_EQ("1 1",
+            std::to_string(calls("getNamesofObject")) + " " + std::to_string(calls("queryObject")));
   mManager.reset();
   serve();
   EXPECT_EQ("", checkForDupBaseAddr("eth0", "10.0.0.1"));
@@ -280,38 +228,32 @@ TEST_F(InterfaceValidatorsTest, RequestsPerCheck) {
   EXPECT_EQ(5u, calls("queryObject"));  // every object but eth0 itself
   mManager.reset();
   serve();
-  std::unique_ptr<StructValue> clash(withIp(
-      record({{"name", "eth1"}, {"sub-interface", "eth2"}, {"vlan-identifier", "1"}, {"mtu", "1"}}),
-      {"fe80::1/64"}));
-  EXPECT_FALSE(VLANInterfaceValidator("v").Valid(clash.get()));
-  EXPECT_EQ(1u, calls("getNamesofObject"));
-  EXPECT_EQ(0u, calls("queryObject"));
+  std::unique_ptr<StructValue> clash(
+      obj({{"name", "eth1"}, {"sub-interface", "eth2"}, {"vlan-identifier", "1"}, {"mtu", "1"}},
+          &kEth2));
+  EXPECT_EQ(kNotUnique, verdict(VLANInterfaceValidator("v"), clash.get()));
+  EXPECT_EQ("1 0",
+            std::to_string(calls("getNamesofObject")) + " " + std::to_string(calls("queryObject")));
 }
 
 TEST_F(InterfaceValidatorsTest, ManagerDownRejectsQuickly) {
   mManager.stop();
-  std::unique_ptr<Value> ethernet(
-      obj({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}, &kOne));
-  std::unique_ptr<Value> vlan(withIp(
-      record({{"name", "vlan11"}, {"sub-interface", "eth2"}, {"vlan-identifier", "11"}}), {}));
-  std::unique_ptr<Value> bond(withIp(withMembers(record({{"name", "bond1"}}), {"eth3"}), {}));
-  SimpleValue sub("eth2");
-  EthernetInterfaceValidator e("e");
-  VLANInterfaceValidator v("v");
-  AggregateInterfaceValidator a("a");
-  VLANSubInterfaceNameValidator s("s");
-  std::pair<Base const*, Value const*> const cases[] = {
-      {&e, ethernet.get()}, {&v, vlan.get()}, {&a, bond.get()}, {&s, &sub}};
-  for (auto const& c : cases) {
-    auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(c.first->Valid(c.second));
-    EXPECT_EQ(kExec, c.first->message());
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-  }
+  Texts const eth3{"eth3"};
+  auto start = std::chrono::steady_clock::now();
+  check(EthernetInterfaceValidator("e"),
+        {{"ethernet", obj({{"name", "eth5"}, {"AdminState", "Enabled"}, {"mode", "auto"}}, &kOne),
+          kExec}});
+  check(VLANInterfaceValidator("v"),
+        {{"vlan",
+          obj({{"name", "v11"}, {"sub-interface", "eth2"}, {"vlan-identifier", "11"}}, &kNone),
+          kExec}});
+  check(AggregateInterfaceValidator("a"),
+        {{"bond", obj({{"name", "bond1"}}, &kNone, &eth3), kExec}});
+  check(VLANSubInterfaceNameValidator("s"), {{"sub", testing::simple("eth2"), kExec}});
   // The member-name check reads any failed fetch as "does not exist", by design.
-  EthernetInterfaceNameValidator member("m");
-  EXPECT_FALSE(member.Valid(&sub));
-  EXPECT_EQ("The ethernet interface eth2 does not exist.", member.message());
+  check(EthernetInterfaceNameValidator("m"),
+        {{"member", testing::simple("eth2"), "The ethernet interface eth2 does not exist."}});
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
 }
 
 TEST_F(InterfaceValidatorsTest, TestModeAnswers) {
@@ -321,11 +263,7 @@ TEST_F(InterfaceValidatorsTest, TestModeAnswers) {
     EXPECT_EQ(c[1], diagnosticUtils::testMode("eth0", "1000-full")) << c[0];
   }
   testing::setStandInResult("nicctlw.sh", -1, "");
-  EXPECT_EQ(std::vector<std::string>({"testmode", "eth0", "1000-full"}),
-            testing::standInCalls("nicctlw.sh").back());
 }
 
 }  // namespace
-}  // namespace validator
-}  // namespace config
-}  // namespace corvane
+}  // namespace corvane::config::validator
