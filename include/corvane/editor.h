@@ -119,6 +119,8 @@ enum elSTATUS {
 ///   input while searching ends `get` as usual.
 /// - The repeat count field is -1 when no count was given; commands then act once. Counts stop
 ///   growing at `kMaxRepeat`.
+/// - A line holds at most `kMaxLine` bytes: an insertion (typed, yanked, completed or a last
+///   argument) that would pass it beeps and leaves the line as it was.
 /// - Completion: see `Complete`.
 /// - Typing at the end of the line writes only the new characters; edits inside the line
 ///   rewrite from the point onward. The cursor moves back with backspaces within a row and with
@@ -129,6 +131,7 @@ class CORVANE_EXPORT Editor {
  public:
   static constexpr int kHistorySize = 100;
   static constexpr int kMaxRepeat = 10000;
+  static constexpr int kMaxLine = 1 << 20;  ///< longest line in bytes (1 MiB)
   /// Bits of the flags given at construction.
   static constexpr int kMetaMode = 1;     ///< high-bit characters are commands, shown as "M"
   static constexpr int kNoArrows = 4;     ///< no ANSI arrow decoding after Escape

@@ -433,6 +433,11 @@ void Editor::clearLine() {
 void Editor::insertText(std::string const& text) {
   int n = static_cast<int>(text.size());
   if (n == 0) return;
+  // Repeated last arguments and yanks grow a line geometrically; past the limit they beep.
+  if (n > kMaxLine - mEnd) {
+    Beep();
+    return;
+  }
   moveTo(mPoint);
   if (mEnd + n > static_cast<int>(mLine.size())) {
     mLine.resize(std::max(mLine.size() * 2, static_cast<size_t>(mEnd + n)));

@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <stdexcept>
@@ -220,6 +221,40 @@ TEST(EditorTest, HistoryKeepsNonEmptyDistinctLinesUpToCapacity) {
   for (int i = 0; i < Editor::kHistorySize + 5; ++i) t.type("l" + std::to_string(i) + "\r");
   ASSERT_EQ(size_t(Editor::kHistorySize), t.ed->History().size());
   EXPECT_EQ("l5", t.ed->History().front());
+}
+
+// Keys from a pipe, screen output counted for bells and otherwise dropped.
+struct PipeIO : io::Base {
+  int* bells;
+  PipeIO(int in, int* counter) : io::Base(in, open("/dev/null", O_WRONLY)), bells(counter) {}
+  int Write(unsigned char const* data, int count) override {
+    *bells += static_cast<int>(std::count(data, data + count, '\a'));
+    return count;
+  }
+  bool SetMode(termios const*) override { return false; }
+  bool GetMode(termios*) const override { return false; }
+  bool GetSize(int&, int&) const override { return false; }
+};
+
+TEST(EditorTest, LinesStopGrowingAtTheLimit) {
+  // Each line repeats the previous line's last argument six times: unbounded, the last of
+  // these lines would hold 2 * 6^9 bytes. The first that would pass the limit, and all after
+  // it, keep what fitted (one copy) and beep for each refused copy.
+  std::string keys = "ab\r";
+  for (int i = 0; i < 9; ++i) keys += "\033.\033.\033.\033.\033.\033.\r";
+  int fds[2];
+  ASSERT_EQ(0, pipe(fds));
+  ASSERT_EQ(ssize_t(keys.size()), write(fds[1], keys.data(), keys.size()));
+  close(fds[1]);
+  int bells = 0;
+  Shell ed(new PipeIO(fds[0], &bells), 0);
+  std::string line;
+  std::vector<size_t> sizes;
+  while (ed.get(line)) sizes.push_back(line.size());
+  std::vector<size_t> expected{2};
+  while (expected.size() < 10) expected.push_back(std::min<size_t>(6 * expected.back(), 559872));
+  EXPECT_EQ(expected, sizes);
+  EXPECT_EQ(2 * 5, bells);
 }
 
 TEST(EditorTest, EndOfInput) {
