@@ -10,19 +10,32 @@
 
 #include <cstdint>
 #include <exception>
-#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "corvane/idl/FirmwareManager.h"
 #include "corvane/idl/configManager.h"
 #include "corvane/idl/hardwareManager.h"
 #include "corvane/idl/networkManager.h"
-#include "corvane/idl/userManager.h"
 
 using apache::thrift::protocol::TBinaryProtocol;
 using apache::thrift::transport::TMemoryBuffer;
+using configManager::configManagerClient;
+using firmwareManager::FirmwareManagerClient;
+using hardwareManager::hardwareManagerClient;
+using networkManager::networkManagerClient;
+
+namespace {
+
+// One reply read by `recv` of a fresh client into a result of its own.
+template <class Client, class Result>
+void decode(std::shared_ptr<TBinaryProtocol> const& protocol, void (Client::*recv)(Result&)) {
+  Client client(protocol);
+  Result result;
+  (client.*recv)(result);
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   if (size == 0) return 0;
@@ -33,55 +46,18 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   // within a few runs here). Limits keep the run on the decoding itself.
   auto protocol = std::make_shared<TBinaryProtocol>(buffer, 1 << 20, 1 << 12, false, true);
   try {
+    // clang-format off
     switch (data[0] % 8) {
-      case 0: {
-        configManager::configManagerClient client(protocol);
-        configManager::RtcValue value;
-        client.recv_queryObject(value);
-        break;
-      }
-      case 1: {
-        hardwareManager::hardwareManagerClient client(protocol);
-        std::vector<hardwareManager::FanStatus> fans;
-        client.recv_getFanStatus(fans);
-        break;
-      }
-      case 2: {
-        hardwareManager::hardwareManagerClient client(protocol);
-        hardwareManager::HWInfo info;
-        client.recv_getHardwareInfo(info);
-        break;
-      }
-      case 3: {
-        hardwareManager::hardwareManagerClient client(protocol);
-        std::vector<hardwareManager::VolumeStatus> volumes;
-        client.recv_getVolumeStatus(volumes);
-        break;
-      }
-      case 4: {
-        networkManager::networkManagerClient client(protocol);
-        networkManager::NetifStatus status;
-        client.recv_getInterfaceStatus(status);
-        break;
-      }
-      case 5: {
-        networkManager::networkManagerClient client(protocol);
-        std::map<std::string, std::string> names;
-        client.recv_dumpInterfaceNameMap(names);
-        break;
-      }
-      case 6: {
-        configManager::configManagerClient client(protocol);
-        (void)client.recv_createObject();
-        break;
-      }
-      default: {
-        firmwareManager::FirmwareManagerClient client(protocol);
-        std::vector<firmwareManager::ComponentFirmware> parts;
-        client.recv_getComponentInfo(parts);
-        break;
-      }
+      case 0: decode(protocol, &configManagerClient::recv_queryObject); break;
+      case 1: decode(protocol, &hardwareManagerClient::recv_getFanStatus); break;
+      case 2: decode(protocol, &hardwareManagerClient::recv_getHardwareInfo); break;
+      case 3: decode(protocol, &hardwareManagerClient::recv_getVolumeStatus); break;
+      case 4: decode(protocol, &networkManagerClient::recv_getInterfaceStatus); break;
+      case 5: decode(protocol, &networkManagerClient::recv_dumpInterfaceNameMap); break;
+      case 6: (void)configManagerClient(protocol).recv_createObject(); break;
+      default: decode(protocol, &FirmwareManagerClient::recv_getComponentInfo);
     }
+    // clang-format on
   } catch (std::exception const&) {
     // Thrift's transport, protocol and application exceptions and the declared ones: all
     // are the answer to a garbage reply.
