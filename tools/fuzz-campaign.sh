@@ -16,38 +16,19 @@ shift || true
 sanitizers=${CORVANE_FUZZ_SANITIZERS:-undefined}
 jobs=${JOBS:-$(nproc)}
 
-bash tools/setup.sh
-cmake -S . -B build-campaign -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCORVANE_FUZZ=ON -DCORVANE_FUZZ_SANITIZERS="$sanitizers" -DCORVANE_TESTS=OFF \
-  -DCORVANE_BENCH=OFF -DCORVANE_EXAMPLES=OFF -DCORVANE_SIM=OFF -DCORVANE_SHELL=OFF >/dev/null
-cmake --build build-campaign -j"$(nproc)" --target fuzz_all
-
-if [ $# -gt 0 ]; then
-  targets=("$@")
-else
-  targets=()
-  for src in fuzz/*_fuzz.cc; do targets+=("$(basename "$src" _fuzz.cc)"); done
-fi
+source tools/fuzz-common.sh
+fuzz_build build-campaign "$sanitizers"
+fuzz_targets "$@"
 
 one() {
-  local t=$1 dir=$root/build-campaign
-  mkdir -p "$dir/corpus/$t" "$dir/artifacts/$t" "$dir/logs"
-  [ -d "fuzz/corpus/$t" ] && cp -rn "fuzz/corpus/$t/." "$dir/corpus/$t/"
-  local args=(-runs="$runs" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
-              -artifact_prefix="$dir/artifacts/$t/")
-  [ -f "fuzz/$t.dict" ] && args+=(-dict="$root/fuzz/$t.dict")
-  # Key sequences longer than this find nothing new and cost the editor target its speed.
-  [ "$t" = editor ] && args+=(-max_len=512)
-  local start=$SECONDS outcome=ok
-  UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1" \
-    ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=1" \
-    tests/sandbox/run --resources "$dir/resource" "$dir/fuzz/fuzz_$t" "${args[@]}" \
-    "$dir/corpus/$t" >"$dir/logs/$t.log" 2>&1 || outcome=FAILED
-  local executed
+  local t=$1 dir=$root/build-campaign start=$SECONDS outcome=ok executed
+  mkdir -p "$dir/logs"
+  fuzz_run "$dir" "$t" "$dir/corpus/$t" "$dir/artifacts/$t" "$dir/logs/$t.log" -runs="$runs" ||
+    outcome=FAILED
   executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$dir/logs/$t.log")
   echo "$t ${executed:-?} executions $((SECONDS - start)) s $outcome"
 }
-export -f one
+export -f one fuzz_run
 export root runs
 printf '%s\n' "${targets[@]}" | xargs -P "$jobs" -I{} bash -c 'one {}' | tee build-campaign/summary.txt
 ! grep -q FAILED build-campaign/summary.txt

@@ -11,21 +11,9 @@ root=$PWD
 seconds=${1:-8}
 shift || true
 
-bash tools/setup.sh
-jobs=$(nproc)
-cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCORVANE_FUZZ=ON -DCORVANE_TESTS=OFF -DCORVANE_BENCH=OFF -DCORVANE_EXAMPLES=OFF >/dev/null
-cmake --build build-fuzz -j"$jobs" --target fuzz_all
-
-if [ $# -gt 0 ]; then
-  targets=("$@")
-else
-  targets=()
-  for src in fuzz/*_fuzz.cc; do
-    name=$(basename "$src" _fuzz.cc)
-    targets+=("$name")
-  done
-fi
+source tools/fuzz-common.sh
+fuzz_build build-fuzz address,undefined
+fuzz_targets "$@"
 
 # Inside the build tree: the sandbox's /tmp is private, the checkout stays reachable.
 scratch=$root/build-fuzz/run
@@ -33,17 +21,9 @@ rm -rf "$scratch"
 mkdir -p "$scratch"
 failed=()
 for t in "${targets[@]}"; do
-  corpus=$scratch/corpus/$t
-  mkdir -p "$corpus" "$scratch/artifacts/$t"
-  [ -d "fuzz/corpus/$t" ] && cp -r "fuzz/corpus/$t/." "$corpus/"
-  args=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
-        -artifact_prefix="$scratch/artifacts/$t/")
-  [ -f "fuzz/$t.dict" ] && args+=(-dict="$root/fuzz/$t.dict")
   echo "== fuzz_$t (${seconds}s)"
-  if ! ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=1" \
-      UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1" \
-      tests/sandbox/run --resources build-fuzz/resource \
-      "build-fuzz/fuzz/fuzz_$t" "${args[@]}" "$corpus" >"$scratch/$t.log" 2>&1; then
+  if ! fuzz_run build-fuzz "$t" "$scratch/corpus/$t" "$scratch/artifacts/$t" "$scratch/$t.log" \
+      -max_total_time="$seconds"; then
     tail -n 60 "$scratch/$t.log"
     ls "$scratch/artifacts/$t" || true
     failed+=("$t")
