@@ -5,8 +5,8 @@
 #include "corvane/log.h"
 
 #include <arpa/inet.h>
-#include <pthread.h>
 #include <netinet/in.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -23,8 +23,8 @@
 #include <unicode/unistr.h>
 
 #include <corvane/idl/logReceiver.h>
-#include "corvane/client.h"
 #include "corvane/appliance_utils.h"
+#include "corvane/client.h"
 #include "corvane/msg_cat.h"
 #include "log/process_id.h"
 
@@ -90,10 +90,15 @@ sockaddr_in6 syslogAddress() {
 
 sockaddr_in6 const kSyslogAddress = syslogAddress();
 
+// How many of `length` text bytes fit behind a header of `header` bytes.
+int textRoom(int header, int length) {
+  return std::max(std::min(kDatagramSize - header, length), 0);
+}
+
 // Sends the header and as much of the `length` text bytes behind it as fit; a cut datagram
 // ends in a terminator.
 void sendDatagram(int socket, int port, char* datagram, int header, int length) {
-  int appended = std::max(std::min(kDatagramSize - header, length), 0);
+  int appended = textRoom(header, length);
   datagram[kDatagramSize - 1] = '\0';
   sockaddr_in6 destination = kSyslogAddress;
   destination.sin6_port = htons(static_cast<uint16_t>(port));
@@ -157,7 +162,9 @@ void Logger::printf(unsigned facility, unsigned level, char const* format, va_li
   char datagram[kDatagramSize];
   int header = formatHeader(datagram, facility + level, mIdent, nullptr);
   int length = 0;
-  if (format != nullptr) length = vsnprintf(datagram + header, kDatagramSize - header, format, args);
+  if (format != nullptr) {
+    length = vsnprintf(datagram + header, kDatagramSize - header, format, args);
+  }
   sendDatagram(mSocket, mSyslogPort, datagram, header, length);
 }
 
@@ -166,8 +173,7 @@ void Logger::send2Syslog(unsigned facility, unsigned level, char const* tag, cha
   char datagram[kDatagramSize];
   int header = formatHeader(datagram, facility + level, mIdent, tag);
   if (text == nullptr) length = 0;
-  size_t copied = static_cast<size_t>(std::max(std::min(kDatagramSize - header, length), 0));
-  std::memcpy(datagram + header, text, copied);
+  std::memcpy(datagram + header, text, static_cast<size_t>(textRoom(header, length)));
   sendDatagram(mSocket, mSyslogPort, datagram, header, length);
 }
 
