@@ -5,7 +5,7 @@
 //   "ratio"       callback server / bare server, one connection kept open (goal >= 0.95);
 //   "ratio_fresh" the same with a new connection per call, as managers call back.
 // Run inside the sandbox:
-//   tests/sandbox/run --resources build/resource build/bench/callback_server_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/callback_server_bench
 
 #include <netinet/in.h>
 #include <sys/socket.h>

@@ -8,7 +8,7 @@
 //                   the database on every call by design;
 //   "ratio_default_socket" getClient(port) against a socket left at Thrift's defaults.
 // Run inside the sandbox:
-//   tests/sandbox/run --resources build/resource build/bench/client_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/client_bench
 
 #include <chrono>
 #include <memory>

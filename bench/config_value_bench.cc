@@ -3,7 +3,7 @@
 // Value trees through their two exchange forms, at 1k, 10k and 100k members. The cost per
 // member must not grow with the tree: the run ends with the ratio of the per-member cost at
 // 100k to that at 1k for each form.
-//   tests/sandbox/run --resources <build>/resource <build>/bench/config_value_bench
+//   sandbox/corvane-sandbox --resources <build>/resource <build>/bench/config_value_bench
 
 #include <benchmark/benchmark.h>
 

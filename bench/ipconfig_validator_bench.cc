@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Cost of `IPConfigValidator` with the IPv4 default gateway on the k-th of k addresses, next
 // to 2k bare launches of the same ipcalc command lines.
-//   tests/sandbox/run --resources <build>/resource <build>/bench/ipconfig_validator_bench
+//   sandbox/corvane-sandbox --resources <build>/resource <build>/bench/ipconfig_validator_bench
 // "processes" counts the ipcalc calls one check makes (2k expected). BM_IPConfigOverBare
 // alternates the check and the bare launches in every iteration, so that load from other work
 // on the machine hits both alike; its "ratio" is check time over bare time.

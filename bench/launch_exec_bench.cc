@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
 // Cost of `LaunchExec::launch` next to a bare fork/execv/waitpid of the same program.
-//   tests/sandbox/run --resources <build>/resource <build>/bench/launch_exec_bench
+//   sandbox/corvane-sandbox --resources <build>/resource <build>/bench/launch_exec_bench
 // BM_LaunchOverBare alternates the two in every iteration, so that load from other work on
 // the machine hits both alike; its "ratio" counter is launch time over bare time.
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
 // Cost of the trace path, each measured against its baseline in the same run, interleaved in
-// batches so that machine noise hits both sides alike. Run inside tests/sandbox/run.
+// batches so that machine noise hits both sides alike. Run inside sandbox/corvane-sandbox.
 //   ratio = trace cost / baseline cost (counter "ratio"); trace_ns and the baseline's *_ns
 //   counters are the per-line figures.
 

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Cost of `utils::obfuscateFile` on 64 MiB against a bare base64 encoding of the same file
 // (the same 4096-byte reads, a plain encoder, one write per block).
-//   tests/sandbox/run --resources build/resource build/bench/obfuscate_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/obfuscate_bench
 // BM_ObfuscateRatio reports "ratio" = obfuscateFile time / bare time, measured side by side.
 // The input and outputs live under the sandbox's /tmp and are removed at the end.
 

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Cost of `utils::readDir` with a pattern over 100k names against bare readdir + fnmatch +
 // sort of the same directory.
-//   tests/sandbox/run --resources build/resource build/bench/read_dir_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/read_dir_bench
 // BM_ReadDirRatio reports "ratio" = readDir time / bare time, measured side by side.
 
 #include <dirent.h>

@@ -9,7 +9,7 @@
 //                      lookup that every library call makes by design;
 //   "ratio_of_means"   library / bare over the whole run, disturbances included.
 // Run inside the sandbox:
-//   tests/sandbox/run --resources build/resource build/bench/status_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/status_bench
 
 #include <netdb.h>
 #include <netinet/in.h>

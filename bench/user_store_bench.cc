@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Cost of reading the user accounts file: `user::Store::read_users` of 10k accounts against a
 // bare `XML::Config::Parse` of the same file, alternated in one run.
-//   tests/sandbox/run --resources build/resource build/bench/user_store_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/user_store_bench
 // BM_ReadUsersRatio reports "ratio" = read_users time / bare parse time (store teardown
 // included, as the tree's teardown is in the bare parse).
 

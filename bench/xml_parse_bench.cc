@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The libcorvane authors
 // Cost of building a document tree: `Config::Parse` against bare Expat with empty callbacks,
 // both fed the same generated document in the same 8192-byte chunks.
-//   tests/sandbox/run --resources build/resource build/bench/xml_parse_bench
+//   sandbox/corvane-sandbox --resources build/resource build/bench/xml_parse_bench
 // BM_ParseRatio reports "ratio" = tree time / bare Expat time, measured side by side.
 
 #include <time.h>

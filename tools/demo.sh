@@ -32,7 +32,7 @@ exit $status
 '
 if [ -t 0 ] && [ -t 1 ]; then
   echo "corvane-shell on the simulated appliance: type \"help\", leave with Ctrl-D."
-  exec tests/sandbox/run --resources build/resource sh -c "$appliance"
+  exec sandbox/corvane-sandbox --resources build/resource sh -c "$appliance"
 fi
 # Comment lines of the script are skipped by the shell; the rest reads as a session.
-exec tests/sandbox/run --resources build/resource sh -c "$appliance" <shell/demo.txt
+exec sandbox/corvane-sandbox --resources build/resource sh -c "$appliance" <shell/demo.txt

@@ -35,6 +35,6 @@ fuzz_run() {
   [ "$t" = editor ] && args+=(-max_len=512)
   ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=1" \
     UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1" \
-    tests/sandbox/run --resources "$build/resource" "$build/fuzz/fuzz_$t" "${args[@]}" \
+    sandbox/corvane-sandbox --resources "$build/resource" "$build/fuzz/fuzz_$t" "${args[@]}" \
     "$corpus" >"$log" 2>&1
 }

@@ -16,7 +16,7 @@ namespace {
 
 class CvConfigTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run"; }
+  void SetUp() override { ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox"; }
   void TearDown() override { testing::writeFile("/etc/corvane.cfg", nullptr); }
 };
 

@@ -23,7 +23,7 @@ char const kLocaleFile[] = "/etc/corvane/locale.xml";
 class MsgCatTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox";
     unsetenv("ICU_DATA");
     testing::writeFile(kLocaleFile, nullptr);
   }

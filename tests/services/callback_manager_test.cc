@@ -88,7 +88,7 @@ struct Recorder : FirmwareUpgradeListener {
 class CallbackManagerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox";
     log::init("cbm", false);
     log::setLogging(7, 1);
     mSink.drain(50);

@@ -32,7 +32,7 @@ namespace pm = ::processManager;
 class ProcessManagerUtilsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox";
     delete sLog;
     log::init("pmu", false);
     testing::clearStandInCalls();

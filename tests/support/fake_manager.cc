@@ -163,7 +163,7 @@ struct FakeManager::Impl {
       close(listener);
       listener = -1;
       throw std::runtime_error("fake manager: cannot listen on port " + std::to_string(port) +
-                               " for " + service + " (run inside tests/sandbox/run)");
+                               " for " + service + " (run inside sandbox/corvane-sandbox)");
     }
     running = true;
     acceptor = std::thread([this] { acceptLoop(); });
@@ -419,7 +419,7 @@ SyslogSink::SyslogSink() {
   int size = 4 << 20;
   setsockopt(mSocket, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
   if (mSocket < 0 || bind(mSocket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    throw std::runtime_error("syslog sink: cannot bind (run inside tests/sandbox/run)");
+    throw std::runtime_error("syslog sink: cannot bind (run inside sandbox/corvane-sandbox)");
   }
 }
 

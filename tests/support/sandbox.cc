@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Test-side view of the appliance sandbox built by tests/sandbox/run.
+// Test-side view of the appliance sandbox built by sandbox/corvane-sandbox.
 
 #include "sandbox.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Helpers for tests that run inside the appliance sandbox (tests/sandbox/run).
+// Helpers for tests that run inside the appliance sandbox (sandbox/corvane-sandbox).
 // The sandbox gives each test program private copies of the fixed paths, the manager
 // address on dummy0, a services database and recording stand-ins for the helper programs.
 
@@ -13,7 +13,7 @@
 namespace corvane {
 namespace testing {
 
-// True inside tests/sandbox/run.
+// True inside sandbox/corvane-sandbox.
 bool inSandbox();
 
 // Writes `text` to `path` (creating parent directories); removes it when `text` is null.

@@ -55,7 +55,7 @@ char const* const kKept[] = {"/etc/corvane/config/default/msglib/m.txt", "/var/l
 class ApplianceTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+    ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox";
     log::getLogger()->setLevel(6);
     testing::clearStandInCalls();
     mSink.drain(20);

@@ -40,7 +40,7 @@ int sh(std::string const& script, Lines* err, int* status) {
 }
 
 TEST(LaunchExecTest, RefusesEmptyAndOverlongVectorsWithoutForking) {
-  ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+  ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox";
   testing::SyslogSink sink;
   char const* empty[] = {nullptr};
   std::vector<std::string> none;

@@ -133,7 +133,7 @@ TEST(StringsTest, ObfuscateTextAndFiles) {
 }
 
 TEST(ManifestTest, FileEntriesAndCommandsByFlagsGlobsAndFailSafeRoot) {
-  ASSERT_TRUE(testing::inSandbox()) << "run through tests/sandbox/run";
+  ASSERT_TRUE(testing::inSandbox()) << "run through sandbox/corvane-sandbox";
   for (std::string root : {"", "/primary"}) {
     testing::writeFile(root + "/tmp/m/files.xml",
                        "<filelist>\n <file>/etc/a</file>\n <file help=\"Network\" "
