@@ -51,6 +51,11 @@ bool isLineDirective(char const* line) {
 // split and the two interning look-ups for all but the first sight of each.
 struct Config::NameCache {
   struct Slot {
+    // The first and last eight bytes and the length: for names of up to 16 bytes (nearly
+    // all) equality of these is equality of the names, with no call to memcmp.
+    uint64_t head = 0;
+    uint64_t tail = 0;
+    size_t size = 0;
     std::string text;
     int ns = 0;
     int name = 0;
@@ -218,18 +223,28 @@ void Config::ParseName(char const* text, int& ns, int& name) {
   size_t size = strlen(text);
   uint64_t head = 0;
   uint64_t tail = 0;
+  // Fixed-size copies are single loads; overlapping ones cover every byte of a short name.
   if (size >= 8) {
-    memcpy(&head, text, 8);  // fixed-size copies are single loads
+    memcpy(&head, text, 8);
     memcpy(&tail, text + size - 8, 8);
-  } else {
-    for (size_t i = 0; i < size; ++i) head = head << 8 | static_cast<unsigned char>(text[i]);
+  } else if (size >= 4) {
+    uint32_t first = 0;
+    uint32_t last = 0;
+    memcpy(&first, text, 4);
+    memcpy(&last, text + size - 4, 4);
+    head = uint64_t{first} << 32 | last;
+  } else if (size > 0) {
+    head = static_cast<unsigned char>(text[0]) << 16 |
+           static_cast<unsigned char>(text[size / 2]) << 8 |
+           static_cast<unsigned char>(text[size - 1]);
   }
   uint64_t mixed = head * 0x9E3779B97F4A7C15ull ^ (tail + size) * 0xC2B2AE3D27D4EB4Full;
   size_t index = static_cast<size_t>(mixed >> 58) & (NameCache::kSlots - 2);
   if (!mNames) mNames.reset(new NameCache());
   for (size_t way = 0; way < 2; ++way) {
     NameCache::Slot const& slot = mNames->slots[index + way];
-    if (slot.name != 0 && slot.text.size() == size && memcmp(slot.text.data(), text, size) == 0) {
+    if (slot.name != 0 && slot.head == head && slot.tail == tail && slot.size == size &&
+        (size <= 16 || memcmp(slot.text.data() + 8, text + 8, size - 16) == 0)) {
       ns = slot.ns;
       name = slot.name;
       return;
@@ -259,6 +274,9 @@ void Config::ParseName(char const* text, int& ns, int& name) {
     ns = mTable->Add(uri);
     name = mTable->Add(tab + 1);
   }
+  slot.head = head;
+  slot.tail = tail;
+  slot.size = size;
   slot.text.assign(text, size);
   slot.ns = ns;
   slot.name = name;
@@ -310,17 +328,28 @@ void Config::EndElement() {
   mStack.pop_back();
 }
 
+namespace {
+
+// The first piece of a text run, kept out of line: Expat hands most runs over in several
+// pieces (a line end apart from the indentation after it), and the pieces that only append
+// stay cheap without this path's unwinding set-up.
+[[gnu::noinline]] void openText(NodeArena* arena, std::vector<Node*>& pending,
+                                std::vector<Node*>& stack, char const* data, size_t length) {
+  std::unique_ptr<Node> text(new (arena) Node(Node::kText, 0, 0, 0, std::string(data, length)));
+  pending.push_back(text.get());
+  stack.push_back(text.release());
+}
+
+}  // namespace
+
 void Config::CharData(char const* data, int length) {
   if (mStack.empty()) return;
   Node* top = mStack.back();
   if (top->isText()) {
     top->mValue.append(data, static_cast<size_t>(length));
-    return;
+  } else {
+    openText(mArena, mPending, mStack, data, static_cast<size_t>(length));
   }
-  std::unique_ptr<Node> text(
-      new (mArena) Node(Node::kText, 0, 0, 0, std::string(data, static_cast<size_t>(length))));
-  mPending.push_back(text.get());
-  mStack.push_back(text.release());
 }
 
 int Config::prefixOf(int ns) const {

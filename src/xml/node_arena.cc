@@ -9,23 +9,6 @@
 
 #include "corvane/xml.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define CORVANE_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define CORVANE_ASAN 1
-#endif
-#endif
-
-#ifdef CORVANE_ASAN
-#include <sanitizer/asan_interface.h>
-#define POISON(p, n) ASAN_POISON_MEMORY_REGION((p), (n))
-#define UNPOISON(p, n) ASAN_UNPOISON_MEMORY_REGION((p), (n))
-#else
-#define POISON(p, n) ((void)(p), (void)(n))
-#define UNPOISON(p, n) ((void)(p), (void)(n))
-#endif
-
 namespace corvane {
 namespace XML {
 
@@ -74,7 +57,7 @@ NodeArena::NodeArena()
 NodeArena::~NodeArena() {
   for (Block* block = mFirst; block != nullptr;) {
     Block* next = block->next;
-    UNPOISON(block->data(), block->size);
+    CORVANE_UNPOISON(block->data(), block->size);
     ::operator delete(block);
     block = next;
   }
@@ -92,7 +75,7 @@ bool NodeArena::nextBlock(std::size_t need) {
     Block* fresh = static_cast<Block*>(::operator new(sizeof(Block) + size));
     fresh->size = size;
     fresh->next = next;
-    POISON(fresh->data(), size);
+    CORVANE_POISON(fresh->data(), size);
     if (mCurrent != nullptr) {
       mCurrent->next = fresh;
     } else {
@@ -116,14 +99,10 @@ void* NodeArena::allocate(std::size_t size) {
   --mCredit;
   char* start = mNext;
   mNext += slot;
-  UNPOISON(start, kHeader + size);
+  CORVANE_UNPOISON(start, kHeader + size);
   void* node = start + kHeader;
   headerOf(node) = this;
   return node;
-}
-
-void NodeArena::forget(void* node, std::size_t size) {
-  POISON(static_cast<char*>(node) - kHeader, kHeader + size);
 }
 
 void NodeArena::release(void* node, std::size_t size) {

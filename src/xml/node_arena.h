@@ -9,6 +9,22 @@
 #include <atomic>
 #include <cstddef>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define CORVANE_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CORVANE_ASAN 1
+#endif
+#endif
+#ifdef CORVANE_ASAN
+#include <sanitizer/asan_interface.h>
+#define CORVANE_POISON(p, n) ASAN_POISON_MEMORY_REGION((p), (n))
+#define CORVANE_UNPOISON(p, n) ASAN_UNPOISON_MEMORY_REGION((p), (n))
+#else
+#define CORVANE_POISON(p, n) ((void)(p), (void)(n))
+#define CORVANE_UNPOISON(p, n) ((void)(p), (void)(n))
+#endif
+
 namespace corvane {
 namespace XML {
 
@@ -28,7 +44,9 @@ class NodeArena {
   static NodeArena* of(void const* node) { return static_cast<NodeArena* const*>(node)[-1]; }
   // Marks the `size` bytes of `node`, destroyed in place, as gone without settling its
   // reference; the caller settles a run of them at once with `unref`.
-  static void forget(void* node, std::size_t size);
+  static void forget(void* node, std::size_t size) {
+    CORVANE_POISON(static_cast<char*>(node) - sizeof(NodeArena*), sizeof(NodeArena*) + size);
+  }
   // `count` nodes are gone; frees the arena once nothing holds it. Any thread.
   void unref(long count);
   // The holder lets go; the arena lives on until its last node is deleted.
