@@ -40,6 +40,18 @@ void writeQuoted(std::ostream& os, std::string const& value) {
   }
 }
 
+// A node in the document's arena, through the arena's inline path; its value is built right
+// in the node. A value that cannot be built gives the slot back.
+Node* inArena(NodeArena* arena, int kind, int ns, int name, char const* value, size_t length) {
+  void* slot = arena->allocate(sizeof(Node));
+  try {
+    return new (slot) Node(kind, ns, name, 0, std::string(value, length));
+  } catch (...) {
+    arena->release(slot, sizeof(Node));
+    throw;
+  }
+}
+
 // A line written by a C preprocessor: "#", a blank, the line number of the next line.
 bool isLineDirective(char const* line) {
   return line[0] == '#' && (line[1] == ' ' || line[1] == '\t');
@@ -293,7 +305,8 @@ void Config::StartElement(char const* name, char const** attributes) {
   int ns = 0;
   int id = 0;
   ParseName(name, ns, id);
-  std::unique_ptr<Element> element(new (mArena) Element(ns, id, line));
+  // An element is made without allocating: nothing to give back.
+  std::unique_ptr<Element> element(new (mArena->allocate(sizeof(Element))) Element(ns, id, line));
   size_t count = 0;
   while (attributes != nullptr && attributes[2 * count] != nullptr) ++count;
   element->mAttributes.reserve(count);
@@ -301,8 +314,9 @@ void Config::StartElement(char const* name, char const** attributes) {
     int attributeNs = 0;
     int attributeName = 0;
     ParseName(a[0], attributeNs, attributeName);
-    element->mAttributes.push_back(new (mArena) Node(Node::kNamed, attributeNs, attributeName, 0,
-                                                     a[1] != nullptr ? a[1] : ""));
+    char const* value = a[1] != nullptr ? a[1] : "";
+    element->mAttributes.push_back(
+        inArena(mArena, Node::kNamed, attributeNs, attributeName, value, strlen(value)));
   }
   if (mRoot == nullptr) {
     mRoot = element.get();
@@ -335,7 +349,7 @@ namespace {
 // stay cheap without this path's unwinding set-up.
 [[gnu::noinline]] void openText(NodeArena* arena, std::vector<Node*>& pending,
                                 std::vector<Node*>& stack, char const* data, size_t length) {
-  std::unique_ptr<Node> text(new (arena) Node(Node::kText, 0, 0, 0, std::string(data, length)));
+  std::unique_ptr<Node> text(inArena(arena, Node::kText, 0, 0, data, length));
   pending.push_back(text.get());
   stack.push_back(text.release());
 }

@@ -89,20 +89,14 @@ bool NodeArena::nextBlock(std::size_t need) {
   return true;
 }
 
-void* NodeArena::allocate(std::size_t size) {
+void* NodeArena::refill(std::size_t size) {
   std::size_t slot = slotSize(size);
   if (static_cast<std::size_t>(mEnd - mNext) < slot) nextBlock(slot);
   if (mCredit == 0) {
     mRefs.fetch_add(kBatch, std::memory_order_relaxed);
     mCredit = kBatch;
   }
-  --mCredit;
-  char* start = mNext;
-  mNext += slot;
-  CORVANE_UNPOISON(start, kHeader + size);
-  void* node = start + kHeader;
-  headerOf(node) = this;
-  return node;
+  return allocate(size);
 }
 
 void NodeArena::release(void* node, std::size_t size) {

@@ -37,7 +37,18 @@ class NodeArena {
   static NodeArena* create();
 
   // Memory for one node of `size` bytes, after its header. Only the holder may allocate.
-  void* allocate(std::size_t size);
+  // Inline, as the reader calls it once per node; a new block or a new batch of references
+  // takes the slow path.
+  void* allocate(std::size_t size) {
+    std::size_t slot = sizeof(NodeArena*) + ((size + 7) & ~std::size_t{7});
+    if (static_cast<std::size_t>(mEnd - mNext) < slot || mCredit == 0) return refill(size);
+    --mCredit;
+    char* start = mNext;
+    mNext += slot;
+    CORVANE_UNPOISON(start, sizeof(NodeArena*) + size);
+    *reinterpret_cast<NodeArena**>(start) = this;
+    return start + sizeof(NodeArena*);
+  }
   // One node of `size` bytes is gone; frees the arena once nothing holds it. Any thread.
   void release(void* node, std::size_t size);
   // The arena of `node`, or null for a node from the heap.
@@ -61,6 +72,7 @@ class NodeArena {
   NodeArena();
   ~NodeArena();
   bool nextBlock(std::size_t need);
+  void* refill(std::size_t size);
 
   // Nodes alive plus references paid in advance (mCredit) plus one for the holder.
   std::atomic<long> mRefs;
