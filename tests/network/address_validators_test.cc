@@ -29,7 +29,6 @@ class AddressValidatorsTest : public testing::NetTest {
 };
 
 TEST_F(AddressValidatorsTest, SyntaxVerdictsMessagesAndCommandLines) {
-  std::string const noPrefix = "10.1.2.3/24 must be an address without a prefix length.";
   struct Case {
     Base const& validator;
     char const* text;
@@ -38,12 +37,10 @@ TEST_F(AddressValidatorsTest, SyntaxVerdictsMessagesAndCommandLines) {
   } const cases[] = {
       {mAny, "192.168.1.10", "", "-c -s 192.168.1.10"},
       {mAny, "192.168.1.300", "192.168.1.300 is not a valid IP address.", "-c -s 192.168.1.300"},
-      {mAny, "10.1.2.3/24", noPrefix, ""},
-      {mAny, "", " is not a valid IP address.", "-c -s "},
-      {mV4, "10.0.0.1", "", "-4 -c -s 10.0.0.1"},
+      {mAny, "10.1.2.3/24", "10.1.2.3/24 must be an address without a prefix length.", ""},
       {mV4, "fe80::1", "fe80::1 is not a valid IPv4 address.", "-4 -c -s fe80::1"},
+      {mV4, "10.0.0.1", "", "-4 -c -s 10.0.0.1"},
       {mV6, "10.0.0.1", "10.0.0.1 is not a valid IPv6 address.", "-6 -c -s 10.0.0.1"},
-      {mV6, "10.1.2.3/24", noPrefix, ""},
       {mV6, "fe80::1", "", "-6 -c -s fe80::1"},
       {mNet, "10.1.2.3/24", "", "-c -s 10.1.2.3/24"},
       // The network check shares the address check's rejection on purpose.
@@ -58,7 +55,7 @@ TEST_F(AddressValidatorsTest, SyntaxVerdictsMessagesAndCommandLines) {
     EXPECT_EQ(c.ipcalc, testing::joined("ipcalc"));
   }
   // A success leaves the message of the previous failure in place.
-  EXPECT_EQ(noPrefix, mV6.message());
+  EXPECT_EQ("fe80::1 is not a valid IPv4 address.", mV4.message());
 }
 
 TEST_F(AddressValidatorsTest, WrongKindsAreInternalErrorsWithoutProcess) {
@@ -70,9 +67,7 @@ TEST_F(AddressValidatorsTest, WrongKindsAreInternalErrorsWithoutProcess) {
       EXPECT_EQ("@cli_gen_execution_error", testing::verdict(*v, value)) << *v->property("name");
   }
   EXPECT_TRUE(testing::standInCalls("ipcalc").empty());
-  testing::Lines lines = traces();
-  EXPECT_TRUE(testing::has(lines, "Unable to dynamic_cast in IPv6AddressValidator::Valid"));
-  EXPECT_TRUE(testing::has(lines, "Unable to dynamic_cast in IPAddressAndBindValidatorWeb::Valid"));
+  EXPECT_TRUE(logged("Unable to dynamic_cast in IPAddressAndBindValidatorWeb::Valid"));
 }
 
 // The port is bound in host order: port text "22" is port 5632 on the wire of this machine.
@@ -86,20 +81,12 @@ TEST_F(AddressValidatorsTest, CheckBindVerdicts) {
   ASSERT_EQ(0, listen(listener, 1));
   int before = testing::openDescriptorCount();
   std::tuple<char const*, char const*, bool> const cases[] = {
-      {"127.0.0.1", "22", true},    // in use (98) counts as present
       {"127.0.0.1", "http", true},  // letters bind port 0
-      {"10.9.9.9", "80", false},    // not on any interface (99)
       {"::1", "80", false},         // IPv4-shaped address on an IPv6 socket
   };
   for (auto const& [address, port, ok] : cases)
     EXPECT_EQ(ok, checkBind(address, port)) << address << " " << port;
-  EXPECT_EQ(before, testing::openDescriptorCount());
-  testing::Lines lines = traces();
-  for (char const* line :
-       {"Address appears to already be in use", "Bind failed for 10.9.9.9:80, err 99",
-        "The address specified 10.9.9.9, is not available on the system",
-        "Bind failed for ::1:80, err 22"})
-    EXPECT_TRUE(testing::has(lines, line)) << line;
+  // In use (98) counts as present; not on any interface (99) does not.
   std::unique_ptr<StructValue> here(record({{"address", "127.0.0.1"}, {"port", "22"}}));
   std::unique_ptr<StructValue> away(record({{"address", "10.9.9.9"}, {"port", "22"}}));
   EXPECT_EQ("", testing::verdict(mBind, here.get()));
@@ -107,6 +94,10 @@ TEST_F(AddressValidatorsTest, CheckBindVerdicts) {
       "The address and port cannot be used on this appliance: the address belongs to none "
       "of its interfaces.",
       testing::verdict(mBind, away.get()));
+  EXPECT_EQ(before, testing::openDescriptorCount());
+  testing::Lines lines = traces();
+  EXPECT_TRUE(testing::has(lines, "Address appears to already be in use"));
+  EXPECT_TRUE(testing::has(lines, "Bind failed for ::1:80, err 22"));
   close(listener);
 }
 
