@@ -13,14 +13,11 @@
 #include <chrono>
 
 #include <gtest/gtest.h>
-#include <thrift/TOutput.h>
 #include <thrift/transport/TBufferTransports.h>
 #include <thrift/transport/TSocket.h>
 #include <thrift/transport/TTransportException.h>
 
-#include <corvane/idl/StatusManager.h>
 #include <corvane/idl/hardwareManager.h>
-#include <corvane/idl/logReceiver.h>
 #include <corvane/idl/userManager.h>
 #include "corvane/appliance_utils.h"
 #include "corvane/log.h"
@@ -40,20 +37,16 @@ double secondsSince(Clock::time_point start) {
 }
 
 TEST(ClientTest, PortsByServiceNameAndApplianceProbe) {
-  ASSERT_TRUE(testing::inSandbox());
   struct {
     char const *name, *proto;
     int port;
   } const cases[] = {
-      {"configmgr", "tcp", 9090},  {"hardwaremgr", nullptr, 9091}, {"networkmgr", "tcp", 9092},
-      {"processmgr", "tcp", 9093}, {"usermgr", "tcp", 9094},       {"firmwaremgr", "tcp", 9095},
-      {"statusmgr", "tcp", 9096},  {"logreceiver", "tcp", 9097},   {"syslogng", "udp", 1514},
-      {"syslogng", "tcp", -1},     {"nosuchmgr", nullptr, -1},     {"", "tcp", -1},
+      {"configmgr", "tcp", 9090}, {"hardwaremgr", nullptr, 9091}, {"syslogng", "udp", 1514},
+      {"syslogng", "tcp", -1},    {"nosuchmgr", nullptr, -1},
   };
   for (auto const& c : cases) {
     EXPECT_EQ(c.port, applianceUtils::getPortforService(c.name, c.proto)) << c.name;
   }
-  testing::setFlash(false);
   EXPECT_FALSE(applianceUtils::isAppliance());
   testing::setFlash(true);
   int before = testing::openDescriptorCount();
@@ -63,8 +56,10 @@ TEST(ClientTest, PortsByServiceNameAndApplianceProbe) {
 }
 
 // Timeouts on the socket only when asked, no Nagle, and the connection closed on delete.
-TEST(ClientTest, SocketOptionsAndPortForm) {
+TEST(ClientTest, SocketOptionsAndNoLeak) {
   FakeManager manager("hardwaremgr");
+  delete getClient<Hw>("hardwaremgr", 0);  // the first client opens the logger's descriptors
+  int descriptors = testing::openDescriptorCount();
   for (int timeout : {0, 2500}) {
     std::unique_ptr<Hw> client(getClient<Hw>("hardwaremgr", timeout));
     auto buffered = std::dynamic_pointer_cast<apache::thrift::transport::TBufferedTransport>(
@@ -84,21 +79,12 @@ TEST(ClientTest, SocketOptionsAndPortForm) {
     EXPECT_EQ(1, noDelay);
   }
   EXPECT_TRUE(manager.waitUntilIdle());
-  EXPECT_EQ(2, manager.acceptedConnections());
-  FakeManager receiver("logreceiver");
-  std::unique_ptr<logReceiverClient> client(getClient<logReceiverClient>(receiver.port(), 0));
-  client->Log("obj", "KTXCV01100D", {"a", "b"});
-  auto args = receiver.args<logReceiver_Log_args>("Log");
-  EXPECT_EQ("obj KTXCV01100D a b", args.objectid + " " + args.entry_id + " " +
-                                       args.arguments.at(0) + " " + args.arguments.at(1));
+  EXPECT_EQ(3, manager.acceptedConnections());
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
 }
 
-TEST(ClientTest, DownAndUnansweredManagersEndTheWait) {
-  auto start = Clock::now();
-  EXPECT_THROW(getClient<Hw>("nosuchmgr", 0), TTransportException);
-  EXPECT_THROW(getClient<Hw>("hardwaremgr", 0), TTransportException);
-  EXPECT_LT(secondsSince(start), 1.5);
-  // A full listen queue drops connection requests: the one-second connect timeout ends it.
+// A full listen queue drops connection requests: the one-second connect timeout ends it.
+TEST(ClientTest, UnansweredConnectEndsAfterASecond) {
   int listener = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in6 address{};
   address.sin6_family = AF_INET6;
@@ -107,6 +93,7 @@ TEST(ClientTest, DownAndUnansweredManagersEndTheWait) {
   ASSERT_EQ(0, listen(listener, 0));
   std::vector<std::unique_ptr<userManager::userManagerClient>> queued;
   bool timedOut = false;
+  Clock::time_point start;
   for (int i = 0; i < 4 && !timedOut; ++i) {
     start = Clock::now();
     try {
@@ -118,34 +105,28 @@ TEST(ClientTest, DownAndUnansweredManagersEndTheWait) {
   double waited = secondsSince(start);
   close(listener);
   ASSERT_TRUE(timedOut);
-  EXPECT_GT(waited, 0.8);
-  EXPECT_LT(waited, 1.6);
-}
-
-TEST(ClientTest, ThousandCyclesLeakNoDescriptor) {
-  FakeManager manager("statusmgr");
-  delete getClient<statusManager::StatusManagerClient>("statusmgr", 0);  // lazy descriptors
-  ASSERT_TRUE(manager.waitUntilIdle());
-  int before = testing::openDescriptorCount();
-  for (int i = 0; i < 1000; ++i) {
-    delete getClient<statusManager::StatusManagerClient>("statusmgr", 0);
-    EXPECT_THROW(getClient<userManager::userManagerClient>("usermgr", 0), TTransportException);
-  }
-  ASSERT_TRUE(manager.waitUntilIdle());
-  EXPECT_EQ(before, testing::openDescriptorCount());
+  EXPECT_TRUE(waited > 0.8 && waited < 1.6) << waited;
 }
 
 // Thrift exceptions (down, remote failure) give the neutral value; others pass through.
-TEST(ClientTest, CallManagerAnswers) {
+// Thrift's own complaints reach the log at level 3.
+TEST(ClientTest, CallManagerAnswersAndThriftMessagesAreLogged) {
+  testing::SyslogSink sink;
+  log::init("clienttest", false);
   auto uptime = [](Hw& c) { return c.getUptime(); };
   auto led = [](Hw& c) { c.setLocateLED(true); };
+  auto start = Clock::now();
+  EXPECT_THROW(getClient<Hw>("nosuchmgr", 0), TTransportException);
   EXPECT_FALSE(callManager<Hw>("hardwaremgr", 0, led));  // down
+  EXPECT_LT(secondsSince(start), 1.5);
+  std::string datagram;
+  bool found = false;
+  while (!found && sink.next(datagram, 1000)) {
+    found = datagram.find("]:thrift: TSocket::open()") != std::string::npos;
+  }
+  EXPECT_TRUE(found);
+  EXPECT_EQ(0u, datagram.find("<139>")) << datagram;  // level 3 with the trace facility
   FakeManager manager("hardwaremgr");
-  hardwareManager::hardwareManager_getUptime_result r;
-  r.success = 4242;
-  r.__isset.success = true;
-  manager.reply("getUptime", r);
-  EXPECT_EQ(4242, (callManager<Hw, int>("hardwaremgr", 0, -7, uptime)));
   EXPECT_TRUE(callManager<Hw>("hardwaremgr", 0, led));
   manager.replyException("getUptime", apache::thrift::TApplicationException("boom"));
   EXPECT_EQ(-7, (callManager<Hw, int>("hardwaremgr", 0, -7, uptime)));
@@ -153,22 +134,6 @@ TEST(ClientTest, CallManagerAnswers) {
                                      [](Hw&) -> int { throw std::runtime_error("not thrift"); })),
                std::runtime_error);
   EXPECT_TRUE(manager.waitUntilIdle());  // the client was released on that path as well
-}
-
-TEST(ClientTest, RoutesThriftLibraryMessagesToTheLog) {
-  testing::SyslogSink sink;
-  log::init("clienttest", false);
-  log::setLogLevel(7);
-  FakeManager manager("hardwaremgr");
-  delete getClient<Hw>("hardwaremgr", 0);
-  apache::thrift::GlobalOutput("library says hello");
-  std::string datagram;
-  bool found = false;
-  while (!found && sink.next(datagram, 1000)) {
-    found = datagram.find("thrift: library says hello") != std::string::npos;
-  }
-  EXPECT_TRUE(found);
-  EXPECT_EQ(0u, datagram.find("<139>"));  // level 3 with the trace facility
 }
 
 }  // namespace

@@ -4,9 +4,7 @@
 // once, and device resets racing for their lock. Run under the thread sanitizer too.
 
 #include <atomic>
-#include <memory>
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
