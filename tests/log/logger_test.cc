@@ -43,25 +43,13 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-std::string header(unsigned priority, std::string const& ident, std::string const& tag = "") {
+std::string header(unsigned priority, std::string const& ident, std::string const& tag = "",
+                   pid_t pid = getpid()) {
   return "<" + std::to_string(priority) + ">Feb 15 23:53:07 localhost " + ident + "(" +
-         std::to_string(getpid()) + ")[" + tag + "]:";
+         std::to_string(pid) + ")[" + tag + "]:";
 }
 
 std::string traceLine(std::string const& text) { return header(143, "no-identity") + text; }
-
-std::string pointerText(void const* p) {
-  char text[32];
-  snprintf(text, sizeof text, "%p", p);
-  return text;
-}
-
-void initInGerman(char const* ident, bool verbose) {
-  testing::writeFile("/etc/corvane/locale.xml",
-                     "<locale><language>de</language><country>DE</country></locale>");
-  log::init(ident, verbose);
-  testing::writeFile("/etc/corvane/locale.xml", nullptr);
-}
 
 class LoggerTest : public ::testing::Test {
  protected:
@@ -89,19 +77,16 @@ TEST_F(LoggerTest, LongLinesAndTagsAreCut) {
   // At most ten characters of the tag; the length, not the terminator, decides the text.
   logger->send2Syslog(8, 3, "KTXCV01100D", "body", 4);
   logger->send2Syslog(8, 6, "T", "abcdef", -4);
-  log::thrifterr("TSocket::open() connect(): Connection refused");
   log::thrifterr(nullptr);
   // An ident that fills the buffer on its own still gives one valid datagram.
   std::string const ident(3000, 'i');
   logger->setIdent(ident.c_str());
   log::trace(6, "text");
   std::string const fits = head + std::string(room - 1, 'x');
-  EXPECT_EQ(
-      received(),
-      (Lines{fits, fits + '\0', fits + '\0', header(11, "no-identity", "KTXCV01100") + "body",
-             header(14, "no-identity", "T"),
-             header(139, "no-identity") + "thrift: TSocket::open() connect(): Connection refused",
-             header(139, "no-identity") + "thrift: ", header(142, ident).substr(0, 1023) + '\0'}));
+  EXPECT_EQ(received(),
+            (Lines{fits, fits + '\0', fits + '\0', header(11, "no-identity", "KTXCV01100") + "body",
+                   header(14, "no-identity", "T"), header(139, "no-identity") + "thrift: ",
+                   header(142, ident).substr(0, 1023) + '\0'}));
 }
 
 TEST_F(LoggerTest, LevelFiltersLinesAndSetLoggingTakesTheMaskOnlyAtDebug) {
@@ -113,8 +98,8 @@ TEST_F(LoggerTest, LevelFiltersLinesAndSetLoggingTakesTheMaskOnlyAtDebug) {
     log::setLogging(level, mask);
     EXPECT_EQ(log::getLogMask(), maskAfter);
     char line[128];
-    snprintf(line, sizeof line, "LOGGER sLog %s, mLogLevel %u, mLogMask %08X",
-             pointerText(sLog).c_str(), level, static_cast<unsigned>(maskAfter));
+    snprintf(line, sizeof line, "LOGGER sLog %p, mLogLevel %u, mLogMask %08X",
+             static_cast<void*>(sLog), level, static_cast<unsigned>(maskAfter));
     if (level >= 4) expected.push_back(header(140, "no-identity") + line);
     log::trace(level + 1, "filtered");
     log::trace(level, "line %u", level);
@@ -140,35 +125,27 @@ TEST_F(LoggerTest, DeletingTheLoggerResetsItAndReleasesItsSocket) {
   EXPECT_EQ(log::getLogMask(), 0);
 }
 
-// The header's process id is remembered per thread: a forked child and the launcher's vfork
-// child (which shares the parent's memory, so the parent must not keep the child's id) must
-// each send their own.
+// The header's process id is remembered per thread: a forked child must send its own, and the
+// launcher's vfork child, which shares this memory, must not leave its id behind.
 TEST_F(LoggerTest, EveryLineCarriesTheIdOfTheProcessThatSentIt) {
   log::trace(6, "parent");
-  pid_t forked = fork();
-  if (forked == 0) {
-    log::trace(6, "forked");
+  pid_t child = fork();
+  if (child == 0) {
+    log::trace(6, "child");
     _exit(0);
   }
-  waitpid(forked, nullptr, 0);
+  waitpid(child, nullptr, 0);
   std::vector<std::string> args{"/nonexistent/program"};
   LaunchExec::launch(args, "test", nullptr, -1, -1, nullptr, nullptr);
   log::trace(6, "parent");
-  std::vector<std::pair<std::string, pid_t>> seen;  // (text, sender) of the lines that matter
-  for (std::string const& line : received()) {
-    std::string text = line.substr(line.find("]:") + 2, 16);
-    if (text == "parent" || text == "forked" || text == "LaunchExec execv") {
-      seen.emplace_back(text, std::atoi(line.c_str() + line.find('(') + 1));
-    }
-  }
-  ASSERT_EQ(seen.size(), 5u);
-  pid_t const child = seen[2].second;
-  EXPECT_NE(child, getpid());
-  EXPECT_EQ(seen, (decltype(seen){{"parent", getpid()},
-                                  {"forked", forked},
-                                  {"LaunchExec execv", child},
-                                  {"LaunchExec execv", child},
-                                  {"parent", getpid()}}));
+  Lines lines = received();
+  ASSERT_GT(lines.size(), 3u);
+  EXPECT_EQ(Lines(lines.begin(), lines.begin() + 2),
+            (Lines{header(142, "no-identity") + "parent",
+                   header(142, "no-identity", "", child) + "child"}));
+  EXPECT_NE(lines[2].find("LaunchExec"), std::string::npos);
+  EXPECT_EQ(lines[2].find(header(142, "no-identity")), std::string::npos) << "the vfork child";
+  EXPECT_EQ(lines.back(), header(142, "no-identity") + "parent");
 }
 
 TEST_F(LoggerTest, TracePathAllocatesNothing) {
@@ -191,26 +168,21 @@ TEST_F(LoggerTest, TracePathAllocatesNothing) {
 }
 
 TEST_F(LoggerTest, TracerWritesAtLevelSevenWithASharedCategoryBitAndShowsTheResult) {
-  static int object;
   // (level, mask, the tracer's categories, what it stores, its exit line or "" when it is off)
-  std::tuple<unsigned, int, unsigned, void (*)(Tracer&), std::string> const cases[] = {
+  std::tuple<unsigned, int, unsigned, void (*)(Tracer&), char const*> const cases[] = {
       {7, 0x3, 0x2, [](Tracer& t) { t.result(-17); }, "result is -17"},
       {7, 0x1, 0x2, [](Tracer& t) { t.result(1); }, ""},
       {6, -1, ~0u, [](Tracer& t) { t.result(1); }, ""},
       {8, 0x2, 0x2, [](Tracer& t) { t.result(1); }, ""},
       {7, -1, ~0u, [](Tracer&) {}, "result not set"},
       {7, -1, ~0u, [](Tracer& t) { t.result(1099511627776L); }, "result is 1099511627776"},
-      {7, -1, ~0u, [](Tracer& t) { t.result('Q'); }, "result is Q"},
       {7, -1, ~0u, [](Tracer& t) { t.result(static_cast<char const*>(nullptr)); },
        "result is (null)"},
-      {7, -1, ~0u, [](Tracer& t) { t.result(static_cast<void const*>(&object)); },
-       "result is " + pointerText(&object)},
       // The last stored result wins.
       {7, -1, ~0u, [](Tracer& t) { t.result(3), t.result(true), t.resultVoid(); },
        "result is void"},
       {7, -1, ~0u, [](Tracer& t) { t.result(3), t.resultVoid(), t.result(false); },
-       "result is false"},
-  };
+       "result is false"}};
   Lines expected;
   for (auto const& [level, mask, categories, store, exit] : cases) {
     log::getLogger()->setLevel(level);
@@ -220,11 +192,11 @@ TEST_F(LoggerTest, TracerWritesAtLevelSevenWithASharedCategoryBitAndShowsTheResu
     t.args("%s", std::string(2000, 'a').c_str());  // cut to the argument buffer
     t.args(nullptr);
     store(t);
-    if (exit.empty()) continue;
+    if (*exit == '\0') continue;
     expected.push_back(traceLine("---> Enter distributeLogging, processManagerUtils line 88"));
     expected.push_back(traceLine("---- Args  distributeLogging, inLog 00000007, inMask 000000FF"));
     expected.push_back(traceLine("---- Args  distributeLogging, " + std::string(499, 'a')));
-    expected.push_back(traceLine("<--- Exit  distributeLogging, " + exit));
+    expected.push_back(traceLine("<--- Exit  distributeLogging, " + std::string(exit)));
   }
   EXPECT_EQ(received(), expected);
   // Without a logger tracers stay off and create none.
@@ -239,34 +211,27 @@ class LogReceiverTest : public LoggerTest {
   testing::FakeManager mReceiver{"logreceiver"};
 };
 
-TEST_F(LogReceiverTest, InitThenSyslogGetsUsEnglishTextAndTheReceiverTheRawArguments) {
-  icu::Formattable args[] = {
-      icu::Formattable(2.5),
-      icu::Formattable("eth0"),
-      icu::Formattable(""),  // dropped: later arguments move up
-      icu::Formattable(static_cast<int64_t>(-9000000000LL)),
-      icu::Formattable(static_cast<int32_t>(-42)),
-      icu::Formattable(icu::UnicodeString::fromUTF8("gr\xC3\xBC\xC3\x9F")),
-  };
-  log::init("first", false);  // no locale file: en_US
-  Logger* before = sLog;
-  initInGerman("prog", true);  // the same logger: the locale first, then the new ident
-  EXPECT_EQ(sLog, before);
+TEST_F(LogReceiverTest, SyslogGetsUsEnglishTextAndTheReceiverTheRawArguments) {
+  // Other than strings and integers an argument is sent as "?????"; an empty string is dropped and
+  // later arguments move up.
+  icu::Formattable args[] = {icu::Formattable(2.5), icu::Formattable(""),
+                             icu::Formattable(static_cast<int64_t>(-9000000000LL)),
+                             icu::Formattable(static_cast<int32_t>(-42)),
+                             icu::Formattable(icu::UnicodeString::fromUTF8("gr\xC3\xBC\xC3\x9F"))};
+  // Under a German process locale numbers still follow the catalog's US English.
+  testing::writeFile("/etc/corvane/locale.xml",
+                     "<locale><language>de</language><country>DE</country></locale>");
+  log::init("prog", false);
+  received();
   log::log(3, "network_validation_invalid_ip_address", args, 1, "eth0");
-  log::log(4, "KTXZZ99999X", args, 6, "obj-1");
+  log::log(4, "KTXZZ99999X", args, 5, "obj-1");
   log::log(5, "KTXCV01100D", nullptr, 3, nullptr);  // no array: no arguments
   log::setLogLevel(5);
   log::log(6, "KTXCV01100D", args, 1, nullptr);  // filtered: goes nowhere
-  EXPECT_EQ(received(),
-            (Lines{header(142, "no-identity") + "setenv for LANG en_US",
-                   header(142, "no-identity") + "getenv for LANG en_US",
-                   header(142, "first") + "setenv for LANG de_DE",
-                   header(142, "first") + "getenv for LANG de_DE",
-                   header(140, "prog") + "LOGGER ident prog, init " + pointerText(before),
-                   header(11, "prog", "network_va") + "2.5 is not a valid IP address.",
-                   header(12, "prog", "KTXZZ99999") + "Unknown message \"KTXZZ99999X\"",
-                   header(13, "prog", "KTXCV01100") +
-                       "The SSH host keys of the appliance have been regenerated."}));
+  EXPECT_EQ(received(), (Lines{header(11, "prog", "network_va") + "2.5 is not a valid IP address.",
+                               header(12, "prog", "KTXZZ99999") + "Unknown message \"KTXZZ99999X\"",
+                               header(13, "prog", "KTXCV01100") +
+                                   "The SSH host keys of the appliance have been regenerated."}));
   // Each entry as "objectid|entry_id|arguments...", one connection each.
   ASSERT_TRUE(mReceiver.waitForCalls(3, 3000));
   EXPECT_FALSE(mReceiver.waitForCalls(4, 300));
@@ -276,17 +241,15 @@ TEST_F(LogReceiverTest, InitThenSyslogGetsUsEnglishTextAndTheReceiverTheRawArgum
     entries.push_back(entry.objectid + "|" + entry.entry_id);
     for (auto const& argument : entry.arguments) entries.back() += "|" + argument;
   }
-  EXPECT_EQ(entries, (Lines{"eth0|network_validation_invalid_ip_address|?????",
-                            "obj-1|KTXZZ99999X|?????|eth0|-9000000000|-42|gr\xC3\xBC\xC3\x9F",
-                            "|KTXCV01100D"}));
+  EXPECT_EQ(entries,
+            (Lines{"eth0|network_validation_invalid_ip_address|?????",
+                   "obj-1|KTXZZ99999X|?????|-9000000000|-42|gr\xC3\xBC\xC3\x9F", "|KTXCV01100D"}));
   EXPECT_EQ(mReceiver.acceptedConnections(), 3);
   EXPECT_TRUE(mReceiver.waitUntilIdle());
 }
 
 TEST_F(LogReceiverTest, ReceiverFailuresAreDroppedAndSyslogStillGetsTheLine) {
-  log::init("prog", false);
-  received();
-  int const descriptors = testing::openDescriptorCount();
+  int const descriptors = testing::openDescriptorCount() + 1;  // and the logger's socket
   mReceiver.stop();  // down: one refused connect, reported through the Thrift hook
   EXPECT_NO_THROW(log::log(3, "down", nullptr, 0, nullptr));
   mReceiver.start();
@@ -294,21 +257,11 @@ TEST_F(LogReceiverTest, ReceiverFailuresAreDroppedAndSyslogStillGetsTheLine) {
   EXPECT_NO_THROW(log::log(3, "refused", nullptr, 0, nullptr));
   Lines lines = received();
   ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], header(11, "prog", "down") + "Unknown message \"down\"");
-  EXPECT_EQ(lines[1].rfind(header(139, "prog") + "thrift: TSocket::open()", 0), 0u);
-  EXPECT_EQ(lines[2], header(11, "prog", "refused") + "Unknown message \"refused\"");
+  EXPECT_EQ(lines[0], header(11, "no-identity", "down") + "Unknown message \"down\"");
+  EXPECT_EQ(lines[1].rfind(header(139, "no-identity") + "thrift: TSocket::open()", 0), 0u);
+  EXPECT_EQ(lines[2], header(11, "no-identity", "refused") + "Unknown message \"refused\"");
   EXPECT_TRUE(mReceiver.waitUntilIdle());
   EXPECT_EQ(testing::openDescriptorCount(), descriptors);
-}
-
-TEST_F(LogReceiverTest, PortsAreLookedUpOnceAndPortZeroSkipsTheReceiver) {
-  std::string const services = testing::readFile("/etc/services");
-  testing::writeFile("/etc/services", ("logreceiver\t0/tcp\n" + services).c_str());
-  log::getLogger();
-  testing::writeFile("/etc/services", services.c_str());
-  log::log(3, "quiet", nullptr, 0, nullptr);
-  EXPECT_EQ(received(), (Lines{header(11, "no-identity", "quiet") + "Unknown message \"quiet\""}));
-  EXPECT_EQ(mReceiver.acceptedConnections(), 0);
 }
 
 }  // namespace
