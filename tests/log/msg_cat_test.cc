@@ -44,9 +44,7 @@ TEST(MsgCatTest, ExpandsReferencesAndFallsBackToTheRootTexts) {
     EXPECT_EQ(ok, catalog->expand(text, out, sizeof out, argc, &address)) << text;
     EXPECT_STREQ(expected, out) << locale << " " << text;
   }
-  // A name ICU calls bogus opens the bundle in the default locale; one it cannot open at all
-  // gives an empty catalog.
-  EXPECT_FALSE(msgCat("corvane", "12345678901234567890").get("kwUp").isBogus());
+  // A locale name ICU cannot open at all gives an empty catalog.
   EXPECT_TRUE(msgCat("corvane", "xx_YY_" + std::string(200, 'Z')).get("kwUp").isBogus());
 }
 
