@@ -26,7 +26,6 @@ TEST(MsgCatTest, ExpandsReferencesAndFallsBackToTheRootTexts) {
   std::tuple<char const*, char const*, int, char const*> const cases[] = {
       // Without arguments the pattern is not formatted: braces come out as stored.
       {"en_US", "@network_validation_invalid_ip_address", 0, "{0} is not a valid IP address."},
-      {"en_US", "@no_such_message", 0, "Unknown message no_such_message\n"},
       {"en_US", "@nosuchbundle:kwUp", 0, "Unknown message kwUp\n"},
       {"en_US", "@kwDown", 0, "Down"},  // back to the default bundle
       {"de_DE", "@network_validation_invalid_ip_address", 1,
