@@ -94,8 +94,7 @@ TEST(ConfigTest, BuildsTheTreeWithMergedTextAndSeededNames) {
 TEST(ConfigTest, FailedParseLeavesNoTreeAndKeepsTheError) {
   // The first fails inside open elements: what was built is freed (the leak check watches).
   std::pair<char const*, XML_Error> const cases[] = {
-      {"<a><b>t<c x='1'>u<d/>v</c><e>w</a>", XML_ERROR_TAG_MISMATCH},
-      {"", XML_ERROR_NO_ELEMENTS}};
+      {"<a><b>t<c x='1'>u<d/>v</c><e>w</a>", XML_ERROR_TAG_MISMATCH}, {"", XML_ERROR_NO_ELEMENTS}};
   Config doc;
   for (auto const& c : cases) {
     ASSERT_TRUE(parseText(doc, "<ok/>"));
@@ -165,15 +164,15 @@ TEST(ConfigTest, ClonesAreDeepAndOutliveTheirDocumentWithABorrowedTable) {
 }
 
 TEST(StringtableTest, InternsCopiesOnceAndPrintsInIdentifierOrder) {
-  char const* const keywords[] = {"cmdlist", "cli", nullptr};
+  char const* const keywords[] = {"cmdlist", "cli", "cmdlist", nullptr};
   types::Stringtable table(keywords);
   char text[] = "new";
   EXPECT_EQ(3, table.Add(text));
-  text[0] = 'X';  // the table keeps its own copy
-  EXPECT_EQ(0, table.Find("absent"));
+  text[0] = 'X';                       // the table keeps its own copy
+  EXPECT_EQ(0, table.Find("absent"));  // and does not add what it only looks up
   std::ostringstream out;
   table.Print(out);
-  EXPECT_EQ("\t1=cmdlist\n\t2=cli\n\t3=new\n", out.str()) << "Find must not add";
+  EXPECT_EQ("\t1=cmdlist\n\t2=cli\n\t3=new\n", out.str());
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Lifetime of parsed trees whose nodes share a per-document arena: nodes that outlive their
-// parse, trees mixed with heap nodes, reuse of a `Config`, and deleted nodes that stay
-// visible to AddressSanitizer.
+// Parsed trees share a per-document arena: their nodes outlive the parse and the `Config`, mix
+// with heap nodes, and once deleted stay visible to AddressSanitizer.
 
 #include "corvane/xml.h"
 
