@@ -8,7 +8,6 @@
 
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -32,19 +31,27 @@ bool parseText(Config& doc, std::string const& text) {
   return doc.Parse(in);
 }
 
-Element const* child(Element const* parent, size_t index) {
-  return dynamic_cast<Element const*>(parent->mChildren.at(index));
+// What printing hides: "(ns:name@line attributes children)" per element, "[text@line]" per
+// text node, so that identifiers, lines and node boundaries show.
+std::string shape(Node const* node) {
+  auto element = dynamic_cast<Element const*>(node);
+  if (element == nullptr) return "[" + node->mValue + "@" + std::to_string(node->mLine) + "]";
+  std::string out = "(" + std::to_string(node->mNamespace) + ":" + std::to_string(node->mName) +
+                    "@" + std::to_string(node->mLine);
+  for (Node const* a : element->mAttributes)
+    out += " " + std::to_string(a->mName) + "=" + a->mValue;
+  for (Node const* c : element->mChildren) out += shape(c);
+  return out + ")";
 }
 
 TEST(ConfigTest, PrintsCompactAndUnescaped) {
   std::pair<char const*, char const*> const cases[] = {
-      {"<?xml version=\"1.0\"?>\n<a/>\n", "<a></a>"},
-      {"<a>x<b>y</b>z</a>", "<a>x<b>y</b>z</a>"},
-      {"<a>\n  <b/>\n\t<c> </c>\n</a>", "<a>\n  <b></b>\n\t<c> </c>\n</a>"},
+      {"<a>x\n <b/>\t<c> </c>z</a>", "<a>x\n <b></b>\t<c> </c>z</a>"},
       {"<a>1 &lt; 2 &amp;&amp; 3 &gt; 2<![CDATA[<&>]]></a>", "<a>1 < 2 && 3 > 2<&></a>"},
-      {"<a x=\"1\" y='two' z=\"a&lt;b&amp;c\"/>", "<a x=\"1\" y=\"two\" z=\"a<b&c\"></a>"},
-      {"<a x='say \"hi\"' y=\"it's\"/>", "<a x='say \"hi\"' y=\"it's\"></a>"},
-      {"<a x=\"it's &quot;so&quot;\"/>", "<a x=\"it's &quot;so&quot;\"></a>"},
+      // Double quotes; apostrophes for a value with a double quote; "&quot;" when it has both.
+      {"<a x=\"a&lt;b&amp;c\" y='say \"hi\"' z=\"it's &quot;so&quot;\"/>",
+       "<a x=\"a<b&c\" y='say \"hi\"' z=\"it's &quot;so&quot;\"></a>"},
+      // Namespaced end tags carry no slash (deliberate); prefixes number the URIs as declared.
       {"<r xmlns=\"urn:a\" xmlns:q=\"urn:b\"><q:c q:at=\"1\" plain=\"2\">t</q:c><d/></r>",
        "<ns1:r xmlns:ns1=\"urn:a\" xmlns:ns2=\"urn:b\"><ns2:c ns2:at=\"1\" plain=\"2\">t"
        "<ns2:c><ns1:d><ns1:d><ns1:r>"},
@@ -56,12 +63,8 @@ TEST(ConfigTest, PrintsCompactAndUnescaped) {
     EXPECT_EQ(c.second, printed(doc, doc.root())) << c.first;
   }
 
-  // An unknown name sets failbit; a namespace never declared is numbered 0.
+  // A namespace never declared is numbered 0.
   Config doc;
-  Element orphan(0, 999, 1);
-  std::ostringstream out;
-  doc.Print(out, &orphan);
-  EXPECT_TRUE(out.fail());
   int ns = 0, name = 0;
   doc.ParseName("urn:x\tnode", ns, name);
   Element namespaced(ns, name, 1);
@@ -69,58 +72,29 @@ TEST(ConfigTest, PrintsCompactAndUnescaped) {
   EXPECT_EQ("<ns0:node><&><ns0:node>", printed(doc, &namespaced));
 }
 
-TEST(ConfigTest, BuildsTheTreeWithMergedTextLinesAndSeededNames) {
+TEST(ConfigTest, BuildsTheTreeWithMergedTextAndSeededNames) {
   char const* const keywords[] = {"urn:b", "list", "item", "list", nullptr};
   Config doc(keywords);
-  EXPECT_EQ(3, doc.table()->Count()) << "a repeated keyword keeps its first identifier";
-  // The entity and the run longer than one read chunk both arrive in several pieces.
+  // The entity and the run longer than one read chunk both arrive in several pieces; urn:a
+  // is the first name not seeded: a repeated keyword keeps its first identifier.
   std::string const longRun(20000, 'x');
   ASSERT_TRUE(parseText(doc,
                         "<list xmlns='urn:a' xmlns:q='urn:b' xmlns:z='urn:b'>\n"
                         "<item b='2' a='1'>one&amp;two</item>" +
                             longRun + "<new/></list>"));
   Element const* root = doc.root();
-  EXPECT_EQ(2, root->mName);
-  EXPECT_EQ(4, root->mNamespace);  // urn:a: the first name not seeded
-  ASSERT_EQ(4u, root->mChildren.size());
-  EXPECT_EQ("\n", root->mChildren[0]->mValue);
-  EXPECT_EQ(longRun, root->mChildren[2]->mValue);
-  Element const* item = child(root, 1);
-  EXPECT_EQ(3, item->mName);
-  EXPECT_EQ(2, item->mLine);
-  ASSERT_EQ(1u, item->mChildren.size());
-  EXPECT_EQ(Node::kText, item->mChildren[0]->mKind);
-  EXPECT_EQ("one&two", item->text());
-  ASSERT_EQ(2u, item->mAttributes.size());
-  EXPECT_STREQ("b", doc.text(item->mAttributes[0]->mName));
-  EXPECT_EQ("1", item->attribute(0, doc.id("a"))->mValue);
-  EXPECT_STREQ("new", doc.text(child(root, 3)->mName));
+  EXPECT_EQ("(4:2@1[\n@0](4:3@2 5=2 6=1[one&two@0])[" + longRun + "@0](4:7@2))", shape(root));
+  EXPECT_EQ("\n" + longRun, root->text());
+  EXPECT_EQ("1",
+            static_cast<Element const*>(root->mChildren[1])->attribute(0, doc.id("a"))->mValue);
   // urn:b has identifier 1 but was declared second; a repeated URI keeps its number.
   EXPECT_EQ(0u, printed(doc, root).find("<ns1:list xmlns:ns2=\"urn:b\" xmlns:ns1=\"urn:a\">"));
-
-  int ns = 0, name = 0;
-  char const expatName[] = "urn:b\tleaf";
-  doc.ParseName(expatName, ns, name);
-  EXPECT_EQ(1, ns);
-  EXPECT_STREQ("leaf", doc.text(name));
-  EXPECT_STREQ("urn:b\tleaf", expatName);
 }
-
-// Hands out its text, then fails the way a disk read error does.
-struct FailingBuffer : std::stringbuf {
-  using std::stringbuf::stringbuf;
-  int_type underflow() override { throw std::runtime_error("read error"); }
-};
 
 TEST(ConfigTest, FailedParseLeavesNoTreeAndKeepsTheError) {
   // The first fails inside open elements: what was built is freed (the leak check watches).
   std::pair<char const*, XML_Error> const cases[] = {
-      {"<a><b>t<c x='1'>u<d/>v</c><e>w</a>", XML_ERROR_TAG_MISMATCH},
-      {"<a>", XML_ERROR_NO_ELEMENTS},
-      {"", XML_ERROR_NO_ELEMENTS},
-      {"<q:a/>", XML_ERROR_UNBOUND_PREFIX},
-      {"<a/><b/>", XML_ERROR_JUNK_AFTER_DOC_ELEMENT},
-      {"<a>&nosuch;</a>", XML_ERROR_UNDEFINED_ENTITY}};
+      {"<a><b>t<c x='1'>u<d/>v</c><e>w</a>", XML_ERROR_TAG_MISMATCH}, {"", XML_ERROR_NO_ELEMENTS}};
   Config doc;
   for (auto const& c : cases) {
     ASSERT_TRUE(parseText(doc, "<ok/>"));
@@ -129,9 +103,6 @@ TEST(ConfigTest, FailedParseLeavesNoTreeAndKeepsTheError) {
     EXPECT_EQ(c.second, doc.GetParseErrorCode()) << c.first;
     EXPECT_STREQ(XML_ErrorString(c.second), doc.GetParseError()) << c.first;
   }
-  FailingBuffer buffer("<a><b>partial");
-  std::istream bad(&buffer);
-  EXPECT_FALSE(doc.Parse(bad));
   std::istringstream failed("<a/>");
   failed.setstate(std::ios::failbit);
   EXPECT_FALSE(doc.Parse(failed)) << "must not spin on a failed stream";
@@ -142,29 +113,20 @@ TEST(ConfigTest, ParsesFilesWithAndWithoutLineDirectives) {
   char const path[] = "/tmp/config_test.xml";
   int descriptors = testing::openDescriptorCount();
   Config plain, filtered;
-
-  writeFile(path, "# 42 \"users.xml\"\n<a>\n# 0\n<b>#1\n</b>\n</a>\n");
+  writeFile(path, "# 0 \"users.xml\"\n<a>\n# 42\n<b>#1\n</b>\n</a>\n");
   ASSERT_TRUE(filtered.Parse(path, true));
-  EXPECT_EQ("<a>\n<b>#1\n</b>\n</a>", printed(filtered, filtered.root()));
-  EXPECT_EQ(0, filtered.lineOverride()) << "0 stays 0";
-  EXPECT_EQ(2, child(filtered.root(), 1)->mLine) << "lines as the parser counts them";
-  EXPECT_FALSE(plain.Parse(path, false)) << "directives are not XML";
-  writeFile(path, "# 42\n<a/>\n");
-  ASSERT_TRUE(filtered.Parse(path, true));
+  // Lines as the parser counts them, without the directives; the last directive's number
+  // minus one is kept.
+  EXPECT_EQ("(0:1@1[\n@0](0:2@2[#1\n@0])[\n@0])", shape(filtered.root()));
   EXPECT_EQ(41, filtered.lineOverride());
-  ASSERT_TRUE(plain.Parse(path, false) == false && plain.root() == nullptr);
 
   // An unopenable file leaves the earlier tree in both forms.
   writeFile(path, "<kept/>\n");
   ASSERT_TRUE(plain.Parse(path, false));
   EXPECT_FALSE(plain.Parse("/tmp/no-such-file.xml", false));
-  EXPECT_NE(nullptr, plain.root());
   EXPECT_FALSE(filtered.Parse("/tmp/no-such-file.xml", true));
-  EXPECT_NE(nullptr, filtered.root());
+  EXPECT_TRUE(plain.root() != nullptr && filtered.root() != nullptr);
 
-  writeFile(path, "<a>\n</b>\n");
-  EXPECT_FALSE(filtered.Parse(path, true));
-  EXPECT_EQ(XML_ERROR_TAG_MISMATCH, filtered.GetParseErrorCode());
   // Deliberate: a last line without a newline ends the filtered parse before a final chunk,
   // and the elements still open keep their children.
   writeFile(path, "<a x='1'>\n<b>t</b><c><d/>\n<e>u</e>");
@@ -173,7 +135,6 @@ TEST(ConfigTest, ParsesFilesWithAndWithoutLineDirectives) {
             printed(filtered, filtered.root()));
   writeFile(path, "<a>\n<b>\n");
   EXPECT_FALSE(filtered.Parse(path, true));
-
   writeFile(path, nullptr);
   EXPECT_EQ(descriptors, testing::openDescriptorCount());
 }
@@ -181,20 +142,14 @@ TEST(ConfigTest, ParsesFilesWithAndWithoutLineDirectives) {
 TEST(ConfigTest, ClonesAreDeepAndOutliveTheirDocumentWithABorrowedTable) {
   types::Stringtable table;
   std::unique_ptr<Element> copy;
-  std::string original;
   {
     Config doc(&table, true);
     ASSERT_TRUE(parseText(doc, "<a k=\"v\">t<b x='\"'>u<c/></b>w</a>"));
-    original = printed(doc, doc.root());
     copy.reset(doc.root()->clone());
-    doc.root()->mAttributes[0]->mValue = "changed";
-    doc.root()->mChildren[0]->mValue = "changed";
   }
   Config printer(&table, true);
-  EXPECT_EQ(original, printed(printer, copy.get()));
-  EXPECT_EQ(-1, copy->mLine);
-  EXPECT_EQ(-1, child(child(copy.get(), 1), 1)->mLine);
-  EXPECT_EQ(0, copy->mChildren[0]->mLine);
+  EXPECT_EQ("<a k=\"v\">t<b x='\"'>u<c></c></b>w</a>", printed(printer, copy.get()));
+  EXPECT_EQ("(0:1@-1 2=v[t@0](0:3@-1 4=\"[u@0](0:5@-1))[w@0])", shape(copy.get()));
 
   // Deep documents need no recursion to build, clone, print or throw away.
   int const depth = 200000;
@@ -209,15 +164,12 @@ TEST(ConfigTest, ClonesAreDeepAndOutliveTheirDocumentWithABorrowedTable) {
 }
 
 TEST(StringtableTest, InternsCopiesOnceAndPrintsInIdentifierOrder) {
-  char const* const keywords[] = {"cmdlist", "cli", nullptr};
+  char const* const keywords[] = {"cmdlist", "cli", "cmdlist", nullptr};
   types::Stringtable table(keywords);
   char text[] = "new";
   EXPECT_EQ(3, table.Add(text));
-  text[0] = 'X';
-  EXPECT_EQ(2, table.Add("cli"));
-  EXPECT_EQ(0, table.Find("absent"));
-  EXPECT_EQ(nullptr, table.Text(0));
-  EXPECT_EQ(3, table.Count()) << "Find must not add";
+  text[0] = 'X';                       // the table keeps its own copy
+  EXPECT_EQ(0, table.Find("absent"));  // and does not add what it only looks up
   std::ostringstream out;
   table.Print(out);
   EXPECT_EQ("\t1=cmdlist\n\t2=cli\n\t3=new\n", out.str());
