@@ -260,5 +260,31 @@ TEST_F(LogReceiverTest, ReceiverFailuresAreDroppedAndSyslogStillGetsTheLine) {
   EXPECT_EQ(testing::openDescriptorCount(), descriptors);
 }
 
+TEST_F(LogReceiverTest, MissingServiceEntriesGiveSyslogPort65535AndNoReceiver) {
+  int catcher = socket(AF_INET6, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_port = htons(65535);
+  ASSERT_EQ(bind(catcher, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  // The ports are looked up once, when the logger is made.
+  std::string const services = testing::readFile("/etc/services");
+  testing::writeFile("/etc/services", "logreceiver\t0/tcp\n");
+  log::getLogger();
+  testing::writeFile("/etc/services", services.c_str());
+  log::log(3, "quiet", nullptr, 0, nullptr);
+  timeval wait{2, 0};
+  setsockopt(catcher, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+  char buffer[2048];
+  ssize_t n = recv(catcher, buffer, sizeof buffer, 0);
+  char more;  // port 0: not even a failed connect to report
+  EXPECT_LT(recv(catcher, &more, 1, MSG_DONTWAIT), 0);
+  close(catcher);
+  ASSERT_GT(n, 0);
+  EXPECT_EQ(std::string(buffer, static_cast<size_t>(n)),
+            header(11, "no-identity", "quiet") + "Unknown message \"quiet\"");
+  EXPECT_TRUE(received().empty());
+  EXPECT_EQ(mReceiver.acceptedConnections(), 0);
+}
+
 }  // namespace
 }  // namespace corvane
