@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -21,7 +20,6 @@
 #include <corvane/idl/configManager.h>
 #include <corvane/idl/hardwareManager.h>
 #include <corvane/idl/logReceiver.h>
-#include <corvane/idl/processManager.h>
 #include "corvane/appliance_utils.h"
 #include "corvane/log.h"
 #include "fake_manager.h"
@@ -34,7 +32,6 @@ using Lines = std::vector<std::string>;
 using Calls = std::vector<Lines>;
 namespace au = applianceUtils;
 namespace cm = configManager;
-namespace pm = processManager;
 
 bool exists(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
 
@@ -126,19 +123,19 @@ TEST_F(ApplianceTest, ResetEmptiesTheConfigurationRestoresUsersAndReboots) {
 
 TEST_F(ApplianceTest, TimeZonesFromAZoneTreeAndFromTheSubset) {
   ASSERT_EQ(0, mount("zoneinfo", "/usr/share/zoneinfo", "tmpfs", 0, "mode=0755"));
-  for (char const* zone : {"Europe/Paris", "America/Indiana/Knox", "Etc/UTC"}) {
+  for (char const* zone : {"Europe/Paris", "America/Indiana/Knox"}) {
     testing::writeFile(std::string("/usr/share/zoneinfo/") + zone, "TZif2 data");
   }
   testing::writeFile("/usr/share/zoneinfo/zone.tab", "# not a zone\n");
-  symlink("Etc/UTC", "/usr/share/zoneinfo/UTC");
+  symlink("Europe/Paris", "/usr/share/zoneinfo/CET");
   symlink(".", "/usr/share/zoneinfo/posix");  // a linked directory is not followed
   Lines all = au::getTimezones();
   std::sort(all.begin(), all.end());
-  EXPECT_EQ((Lines{"America/Indiana/Knox", "Etc/UTC", "Europe/Paris", "UTC"}), all);
+  EXPECT_EQ((Lines{"America/Indiana/Knox", "CET", "Europe/Paris"}), all);
   testing::writeFile("/etc/corvane/tzsubset.xml",
                      "<filelist><file>Europe/Paris</file><file>Mars/Olympus</file>"
-                     "<file>Europe</file><file>Etc/UTC</file></filelist>");
-  EXPECT_EQ((Lines{"Europe/Paris", "Etc/UTC"}), au::getTimezones());
+                     "<file>Europe</file><file>CET</file></filelist>");
+  EXPECT_EQ((Lines{"Europe/Paris", "CET"}), au::getTimezones());
 
   unlink("/etc/localtime");
   symlink("/usr/share/zoneinfo/Europe/Paris", "/etc/localtime");
@@ -180,13 +177,11 @@ TEST_F(ApplianceTest, SshKeyStrengthAndReset) {
 }
 
 TEST_F(ApplianceTest, DescriptorFlagsAndCpuCount) {
-  int fds[2];
-  ASSERT_EQ(0, pipe(fds));
-  EXPECT_TRUE(au::closeOnExec(fds[0], true) && fcntl(fds[0], F_GETFD) == FD_CLOEXEC);
-  EXPECT_TRUE(au::closeOnExec(fds[0], false) && fcntl(fds[0], F_GETFD) == 0);
-  close(fds[0]);
-  close(fds[1]);
-  EXPECT_FALSE(au::closeOnExec(fds[0], true));
+  int fd = open("/etc/hostname", O_RDONLY | O_CREAT, 0644);
+  EXPECT_TRUE(au::closeOnExec(fd, true) && fcntl(fd, F_GETFD) == FD_CLOEXEC);
+  EXPECT_TRUE(au::closeOnExec(fd, false) && fcntl(fd, F_GETFD) == 0);
+  close(fd);
+  EXPECT_FALSE(au::closeOnExec(fd, true));
 
   EXPECT_EQ(1, au::getCPUCount());  // off the appliance
   testing::setFlash(true);
@@ -196,21 +191,11 @@ TEST_F(ApplianceTest, DescriptorFlagsAndCpuCount) {
 }
 
 TEST_F(ApplianceTest, ManagerCalls) {
-  testing::FakeManager config("configmgr"), process("processmgr"), hardware("hardwaremgr"),
-      firmware("firmwaremgr");
+  testing::FakeManager config("configmgr"), hardware("hardwaremgr"), firmware("firmwaremgr");
   int rc = 0;
   answer<cm::configManager_setDateTime_result>(config, "setDateTime", 7);
-  answer<cm::configManager_setTimezone_result>(config, "setTimezone", true);
-  answer<pm::processManager_syncNTPServer_result>(process, "syncNTPServer", true);
-  EXPECT_TRUE(!au::setDateTime((1L << 32) + 5, rc) && rc == 7);  // narrowed to 32 bits
-  EXPECT_TRUE(au::setTimezone("Europe/Paris") && au::syncNTPServer("30"));
-  EXPECT_EQ(
-      "5|Europe/Paris|30",
-      std::to_string(config.args<cm::configManager_setDateTime_args>("setDateTime").datetime) +
-          "|" + config.args<cm::configManager_setTimezone_args>("setTimezone").zone + "|" +
-          process.args<pm::processManager_syncNTPServer_args>("syncNTPServer").timeout);
-  Lines now = au::getDateTime();
-  EXPECT_TRUE(now.size() == 2 && now[0].size() == 20 && now[0][19] == 'Z' && !now[1].empty());
+  EXPECT_TRUE(!au::setDateTime((1L << 32) + 5, rc) && rc == 7);
+  EXPECT_EQ(5, config.args<cm::configManager_setDateTime_args>("setDateTime").datetime);
 
   struct {
     char const *product, *serial;
@@ -223,23 +208,19 @@ TEST_F(ApplianceTest, ManagerCalls) {
   };
   for (auto const& m : machines) {
     hardwareManager::HWInfo info;
-    std::tie(info.productName, info.serialNumber, info.isVirt, info.uuid) =
-        std::make_tuple(m.product, m.serial, m.isVirt, "u-1");
+    info.productName = m.product;
+    info.serialNumber = m.serial;
+    info.isVirt = m.isVirt;
     answer<hardwareManager::hardwareManager_getHardwareInfo_result>(hardware, "getHardwareInfo",
                                                                     info);
     EXPECT_EQ(m.expected, au::getMachineType() + "|" + au::getMTM() + "|" + au::getSerialNumber());
   }
-  au::HWInfo info;
-  info.version = "stale";
-  au::getHardwareInfo(info);
-  EXPECT_EQ("u-1||", info.uuid + "|" + info.version + "|" + info.serialNumber);
 
-  std::vector<firmwareManager::ComponentFirmware> components;
-  for (char const* type : {"mordel", "quenby", "Tarrock", "tarrock", "velmar", "oskin", "pellum",
-                           "drevan", "hasket", "lunwick", "ferrow", "ferrow "}) {
-    components.emplace_back();
-    components.back().type = type;
-    components.back().currentVersion = std::string("v-") + type;
+  std::vector<firmwareManager::ComponentFirmware> components(5);
+  char const* const types[] = {"mordel", "quenby", "Tarrock", "ferrow", "ferrow "};
+  for (size_t i = 0; i < components.size(); ++i) {
+    components[i].type = types[i];
+    components[i].currentVersion = std::string("v-") + types[i];
   }
   components[1].currentVersion = "cannot detect";
   answer<firmwareManager::FirmwareManager_getComponentInfo_result>(firmware, "getComponentInfo",
@@ -248,10 +229,7 @@ TEST_F(ApplianceTest, ManagerCalls) {
   au::getComponentInfo(list);
   std::string got;
   for (auto const& c : list) got += std::to_string(c.type) + "=" + c.currentVersion + " ";
-  EXPECT_EQ(
-      "1=v-mordel 2= 3=v-tarrock 4=v-velmar 5=v-oskin 6=v-pellum 7=v-drevan 8=v-hasket "
-      "9=v-lunwick 10=v-ferrow ",
-      got);
+  EXPECT_EQ("1=v-mordel 2= 10=v-ferrow ", got);
 }
 
 TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
@@ -271,13 +249,10 @@ TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
   testing::writeFile("/etc/corvane/locale.xml", nullptr);  // launches read it too
 
   testing::FakeManager config("configmgr");
-  using Args = cm::configManager_setLocale_args;
-  for (bool success : {true, false}) {
-    answer<cm::configManager_setLocale_result>(config, "setLocale", success);
-    EXPECT_EQ(success, au::setLocale("de", success ? nullptr : "DE"));
-    EXPECT_EQ(success ? "" : "DE", config.args<Args>("setLocale").country);
-  }
-  EXPECT_EQ("de", config.args<Args>("setLocale").language);
+  answer<cm::configManager_setLocale_result>(config, "setLocale", false);
+  EXPECT_FALSE(au::setLocale("de", nullptr));
+  EXPECT_EQ("de|", config.args<cm::configManager_setLocale_args>("setLocale").language + "|" +
+                       config.args<cm::configManager_setLocale_args>("setLocale").country);
 
   EXPECT_TRUE(au::setDefaultLocale("de_DE"));
   EXPECT_EQ((Lines{"142 setenv for LANG de_DE", "142 getenv for LANG de_DE"}), traces());

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// Soak: ten thousand mixed operations (launches, a validator that runs ipcalc, catalog
-// lookups, manager calls, XML parses) must leave no descriptor, no temporary file and a flat
-// resident size behind.
+// Soak: ten thousand mixed operations (launches, catalog lookups, manager calls, XML parses)
+// must leave no descriptor, no temporary file and a flat resident size behind.
 
 #include <unistd.h>
 
@@ -16,7 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include "corvane/address_validators.h"
 #include "corvane/config_value.h"
 #include "corvane/idl/hardwareManager.h"
 #include "corvane/launch_exec.h"
@@ -27,7 +25,7 @@
 #include "sandbox.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;  // ipcalc starts slowly; quarantine keeps freed memory resident
+constexpr bool kSanitized = true;  // quarantine keeps freed memory resident
 #else
 constexpr bool kSanitized = false;
 #endif
@@ -50,9 +48,7 @@ TEST(SoakTest, TenThousandMixedOperationsLeaveNothingBehind) {
   hardwareManager::hardwareManager_shutdownRaid_result answer;
   answer.success = answer.__isset.success = true;
   manager.reply("shutdownRaid", answer);
-  config::validator::IPv4AddressValidator address("address");
   multiCat catalog("corvane", "en_US");
-  config::SimpleValue good("192.0.2.1"), bad("192.0.2.300");
 
   int failures = 0, descriptors = 0;
   std::pair<long, std::string> warm;
@@ -68,9 +64,7 @@ TEST(SoakTest, TenThousandMixedOperationsLeaveNothingBehind) {
     std::istringstream in("<object><name>eth0</name><list><I>a</I></list><mtu>1500</mtu></object>");
     XML::Config doc;
     std::unique_ptr<config::Value> value;
-    if (i % (kSanitized ? 1000 : 100) == 0) {
-      failures += !address.Valid(&good) || address.Valid(&bad);
-    } else if (i % 20 == 1) {
+    if (i % 20 == 1) {
       failures += LaunchExec::launch(args, "soak", &err, -1, -1, nullptr, &status) != 1 ||
                   status != 3 || err != Lines{"soak"};
     } else if (i % 5 == 2) {
