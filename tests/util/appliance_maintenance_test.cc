@@ -214,8 +214,8 @@ TEST_F(ApplianceTest, ManagerCalls) {
     EXPECT_EQ(m.expected, au::getMachineType() + "|" + au::getMTM() + "|" + au::getSerialNumber());
   }
 
-  std::vector<firmwareManager::ComponentFirmware> components(5);
-  char const* const types[] = {"mordel", "quenby", "Tarrock", "ferrow", "ferrow "};
+  std::vector<firmwareManager::ComponentFirmware> components(4);
+  char const* const types[] = {"mordel", "quenby", "ferrow", "Ferrow"};
   for (size_t i = 0; i < components.size(); ++i) {
     components[i].type = types[i];
     components[i].currentVersion = std::string("v-") + types[i];
@@ -230,7 +230,7 @@ TEST_F(ApplianceTest, ManagerCalls) {
   EXPECT_EQ("1=v-mordel 2= 10=v-ferrow ", got);
 }
 
-TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
+TEST_F(ApplianceTest, LocaleFileAndProcessDefault) {
   struct {
     char const *file, *locale, *traced;
   } const cases[] = {
@@ -246,18 +246,11 @@ TEST_F(ApplianceTest, LocaleFileManagerCallAndProcessDefault) {
   }
   testing::writeFile("/etc/corvane/locale.xml", nullptr);  // launches read it too
 
-  testing::FakeManager config("configmgr");
-  answer<cm::configManager_setLocale_result>(config, "setLocale", false);
-  EXPECT_FALSE(au::setLocale("de", nullptr));
-  EXPECT_EQ("de|", config.args<cm::configManager_setLocale_args>("setLocale").language + "|" +
-                       config.args<cm::configManager_setLocale_args>("setLocale").country);
-
   EXPECT_TRUE(au::setDefaultLocale("de_DE"));
   EXPECT_EQ((Lines{"142 setenv for LANG de_DE", "142 getenv for LANG de_DE"}), traces());
   // A name ICU cannot hold is refused and changes nothing.
   EXPECT_FALSE(au::setDefaultLocale("12345678901234567890"));
-  EXPECT_STREQ("de_DE", getenv("LANG"));
-  EXPECT_STREQ("de_DE", icu::Locale::getDefault().getName());
+  EXPECT_EQ("de_DE|de_DE", std::string(getenv("LANG")) + "|" + icu::Locale::getDefault().getName());
   EXPECT_TRUE(traces().empty());
   au::setDefaultLocale("en_US");  // later tests read the catalog in English
 }
