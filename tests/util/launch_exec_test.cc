@@ -110,11 +110,8 @@ TEST(LaunchExecTest, CodesStatusStandardErrorTracesAndNothingLeftBehind) {
   EXPECT_EQ(GLOB_NOMATCH, glob("/tmp/le.*", 0, nullptr, &found));
   globfree(&found);
 
-  for (auto [code, text] : {std::pair<int, char const*>{3, "Child task exited abnormally"},
-                            {9, "Parameter list is not terminated"},
-                            {10, "Undefined internal exit code"}}) {
-    EXPECT_STREQ(text, LaunchExec::getExitDescription(code));
-  }
+  EXPECT_STREQ("Parameter list is not terminated", LaunchExec::getExitDescription(9));
+  EXPECT_STREQ("Undefined internal exit code", LaunchExec::getExitDescription(10));
 }
 
 void reapAll(int) {

@@ -194,30 +194,27 @@ TEST(ManifestTest, FileEntriesAndCommandsByFlagsGlobsAndFailSafeRoot) {
             traces);
 }
 
-TEST(FileUtilityTest, PathsAndDirectoriesByCode) {
+TEST(FileUtilityTest, PathsDirectoriesAndMovesByCode) {
   ASSERT_TRUE(testing::inSandbox());
+  int descriptors = testing::openDescriptorCount();
   EXPECT_TRUE(cvFileUtility::isIgnored("lost+found") && !cvFileUtility::isIgnored(".x"));
   EXPECT_EQ("b|", cvFileUtility::lastNode("/a/b") + "|" + cvFileUtility::lastNode("/a/"));
   EXPECT_EQ("/a/b|/b",
             cvFileUtility::pathName("/a//", "//b") + "|" + cvFileUtility::pathName("", "b"));
-  struct {
-    char const* path;
-    int code;
-  } const makes[] = {
-      {"md/x", 9},
-      {"/tmp/md/x/y/", 0},
-      {"/tmp/md/x/y", 0},  // already there
-      {"/etc/services", EEXIST},
-      {"/etc/services/x", ENOTDIR},
-  };
-  for (auto const& c : makes) EXPECT_EQ(c.code, cvFileUtility::makeDir(c.path)) << c.path;
+  // The second "/tmp/md/x/y" is already there.
+  for (auto [path, code] : {std::pair<char const*, int>{"md/x", 9},
+                            {"/tmp/md/x/y/", 0},
+                            {"/tmp/md/x/y", 0},
+                            {"/etc/services", EEXIST},
+                            {"/etc/services/x", ENOTDIR}}) {
+    EXPECT_EQ(code, cvFileUtility::makeDir(path)) << path;
+  }
   EXPECT_TRUE(cvFileUtility::isDirectory("/tmp/md/x/y") &&
               !cvFileUtility::isRegularFile("/tmp/md"));
 
   testing::writeFile("/tmp/rm/f", "1");
   testing::writeFile("/tmp/rm/d/g", "2");
   testing::writeFile("/tmp/rm/d/e/h", "3");
-  int descriptors = testing::openDescriptorCount();
   EXPECT_EQ(-1, cvFileUtility::removeDir("/", true));
   EXPECT_EQ(-2, cvFileUtility::removeDir("x", false));
   EXPECT_EQ(-3, cvFileUtility::removeDir("/tmp/none", true));
@@ -226,11 +223,7 @@ TEST(FileUtilityTest, PathsAndDirectoriesByCode) {
   EXPECT_FALSE(exists("/tmp/rm/f") || exists("/tmp/rm/d"));
   EXPECT_EQ(0, cvFileUtility::removeDir("/tmp/md", true));
   EXPECT_FALSE(exists("/tmp/md"));
-  EXPECT_EQ(descriptors, testing::openDescriptorCount());
-}
 
-TEST(FileUtilityTest, MovesWithinAndAcrossFileSystems) {
-  int descriptors = testing::openDescriptorCount();
   testing::writeFile("/tmp/mv/a", "alpha");
   EXPECT_EQ(0, cvFileUtility::moveFile("/tmp/mv/a", "/tmp/mv/b"));
   EXPECT_EQ("alpha", testing::readFile("/tmp/mv/b"));
