@@ -7,7 +7,6 @@
 
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 
@@ -74,10 +73,6 @@ TEST(ValueTest, OwnershipCopiesAndTheListForm) {
   members.insert("a", same);  // re-inserting a member keeps it alive
   EXPECT_EQ(same, members.find("a"));
 
-  ArrayValue array;
-  array.append(text("0"));
-  EXPECT_THROW(array.at(1), std::out_of_range);
-
   // Clones are deep; the list form writes every kind, flag and closing name.
   Tree tree = build(kSample);
   Tree copy(tree->clone());
@@ -114,10 +109,11 @@ TEST(ThriftFormTest, ReadsListsAsDocumented) {
 }
 
 TEST(ThriftFormTest, HostileNestingIsCutWithoutLosingPlace) {
-  // Odd levels are structures inside arrays; even levels are arrays held as member "s".
+  // Odd levels are structures inside arrays; even levels are arrays held as member "s"; all
+  // flagged, so the part skipped below the cut must recognise flagged openers as well.
   int const depth = 100000;
   std::string spelt = "[top";
-  for (int i = 0; i < depth; ++i) spelt += i % 2 ? " {" : " [s";
+  for (int i = 0; i < depth; ++i) spelt += i % 2 ? " {!" : " [!s";
   for (int i = depth - 1; i >= 0; --i) spelt += i % 2 ? " }" : " ]";
   Tree tree = build(spelt + " =:after ]top");
   auto top = dynamic_cast<ArrayValue*>(tree.get());
@@ -140,12 +136,8 @@ TEST(XMLFormTest, WritesExactTextAndReadsKindsFromChildElements) {
       "<list>\n<I>p</I>\n<I>q</I>\n</list>\n<name>a&lt;b&c>\"d'</name>\n</object>\n",
       root->asXML());
   std::ostringstream out;
-  auto list = static_cast<ArrayValue*>(object(root.get())->find("list"));
   object(root.get())->find("inner")->asXML(out, false);
-  list->asXML(out, true);
-  list->at(0)->asXML(out, true);
-  EXPECT_EQ("<x>&lt;&lt;</x>\n<I>p</I>\n<I>q</I>\np", out.str());
-  EXPECT_EQ("<object>\n</object>\n", StructValue().asXML());
+  EXPECT_EQ("<x>&lt;&lt;</x>\n", out.str());
 
   // The last case comes back from our own output; array elements carry no flag in this form.
   std::pair<std::string, char const*> const cases[] = {
@@ -175,9 +167,11 @@ TEST(XMLFormTest, WritesExactTextAndReadsKindsFromChildElements) {
 }
 
 // Members declared in an order unlike name order, with labels of every kind.
+// `enabled` takes its label from the shared properties, `name` overrides it with one that
+// expands to nothing.
 struct Schema {
-  Properties defaults{{"label", "@no_such_label_anywhere"}};
-  Boolean enabled{"enabled"};
+  Properties defaults{{"label", "@kwEnabled"}};
+  Boolean enabled{"enabled", &defaults};
   Enum mode{"mode", {"slow"}};
   String name{"name", &defaults}, address{"address"};
   Struct route{"route"}, inner{"inner"}, root{"root"};
@@ -186,7 +180,7 @@ struct Schema {
   Schema() {
     mode.insert("fast", "Fast mode");
     enabled.setMustUnderstand(true);
-    enabled.setProperty("label", "@kwEnabled");
+    name.setProperty("label", "@no_such_label_anywhere");
     mode.setProperty("label", "Speed");
     addresses.setProperty("label", "");
     route.addMember("gw", &address).addMember("dst", &address);
