@@ -152,7 +152,6 @@ TEST_F(ServiceTest, EachOperationMakesOneCallAndPassesOnTheAnswer) {
   EXPECT_EQ((Names{"eth0", "eth1"}), mNames);         // replaced whatever the code
   EXPECT_EQ(Service::kwDisabled, mAdmin);
   EXPECT_EQ(Service::kwUp, mOp);
-  EXPECT_STREQ("kwTransitionDown", OPSTATE_STR[Service::kwTransitionDown]);
   EXPECT_EQ((Names{"interface", "route"}), Service::getObjectTypes());
   // validateObject has no null check: a null value goes out as an empty list.
   EXPECT_EQ(7, Service::validateObject("iface", nullptr));
@@ -229,8 +228,7 @@ TEST_F(ServiceTest, FailedConversationsGiveCommErrorQuicklyAndLeaveOutputsAlone)
       }
       auto start = std::chrono::steady_clock::now();
       EXPECT_EQ(kwCommError, call()) << method << " " << failure;
-      std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-      EXPECT_LT(took.count(), 1.5) << method;
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
       // Only updateObject reports the failed conversation.
       bool reports = method == "updateObject";
       EXPECT_EQ(reports ? Lines{"Caught TException, returning kwCommError"} : Lines(), traces())

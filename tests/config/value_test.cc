@@ -63,32 +63,25 @@ Tree build(std::string const& spelt) { return Tree(Value::parseThrift(unspell(sp
 // A structure holding an array holding structures, flags on every level.
 constexpr char kSample[] = "{obj =!a:x {empty }empty [!list { =n:1 } {! =!m:2 } =:t ]list }obj";
 
-TEST(ValueTest, OwnershipCopiesAndTheListForm) {
-  StructValue members;
-  members.insert("b", text("old"));
-  members.insert("a", text("1"));
-  members.insert("b", text("new"));  // the old member is deleted (the sanitizers check)
-  EXPECT_EQ("{ =a:1 =b:new }", spell(&members));
-  Value* same = members.find("a");
-  members.insert("a", same);  // re-inserting a member keeps it alive
-  EXPECT_EQ(same, members.find("a"));
+TEST(ThriftFormTest, OwnershipCopiesAndTheListFormBothWays) {
+  // Re-inserting a member keeps it alive (replaced members are deleted: the sanitizers check).
+  Tree tree = build(kSample);
+  Value* same = object(tree.get())->find("a");
+  object(tree.get())->insert("a", same);
+  EXPECT_EQ(same, object(tree.get())->find("a"));
 
   // Clones are deep; the list form writes every kind, flag and closing name.
-  Tree tree = build(kSample);
   Tree copy(tree->clone());
   object(tree.get())->insert("a", text("changed"));
   ValueList list;
   copy->asThrift(list, "obj");
   SimpleValue("v").asThrift(list, nullptr);  // appends; null name is empty
   EXPECT_EQ(kSample + std::string(" =:v"), spell(list));
-}
 
-TEST(ThriftFormTest, ReadsListsAsDocumented) {
-  // (list, tree, index the iterator is left on or -1 for the end)
+  // Reading: (list, tree, index the iterator is left on or -1 for the end).
   std::tuple<char const*, char const*, int> const cases[] = {
       {kSample, "{ =!a:x {empty }empty [!list { =n:1 } {! =!m:2 } =:t ]list }", 13},
       {"", "null", -1},
-      {"]x", "null", 0},
       {"?x:v", "null", 0},
       {"=!a:1 =b:2", "=!:1", 0},
       {"[l =:1 =:2", "[ =:1 =:2 ]", -1},
@@ -98,13 +91,13 @@ TEST(ThriftFormTest, ReadsListsAsDocumented) {
       {"{ [!l { =x:1", "{ [!l { =x:1 } ]l }", -1},
   };
   for (auto const& [spelt, expected, stop] : cases) {
-    ValueList const list = unspell(spelt);
-    Tree whole(Value::parseThrift(list));
-    auto it = list.begin();
-    Tree part(Value::parseThrift(it, list.end()));
+    ValueList const entries = unspell(spelt);
+    Tree whole(Value::parseThrift(entries));
+    auto it = entries.begin();
+    Tree part(Value::parseThrift(it, entries.end()));
     EXPECT_EQ(expected, spell(whole.get())) << spelt;
     EXPECT_EQ(expected, spell(part.get())) << spelt;
-    EXPECT_EQ(stop, it == list.end() ? -1 : it - list.begin()) << spelt;
+    EXPECT_EQ(stop, it == entries.end() ? -1 : it - entries.begin()) << spelt;
   }
 }
 
@@ -135,18 +128,12 @@ TEST(XMLFormTest, WritesExactTextAndReadsKindsFromChildElements) {
       "<inner mustUnderstand='true'>\n<x>&lt;&lt;</x>\n</inner>\n"
       "<list>\n<I>p</I>\n<I>q</I>\n</list>\n<name>a&lt;b&c>\"d'</name>\n</object>\n",
       root->asXML());
-  std::ostringstream out;
-  object(root.get())->find("inner")->asXML(out, false);
-  EXPECT_EQ("<x>&lt;&lt;</x>\n", out.str());
 
   // The last case comes back from our own output; array elements carry no flag in this form.
   std::pair<std::string, char const*> const cases[] = {
       {"<object><a>x</a><b><I>1</I><I>2</I></b></object>", "{ =a:x [b =:1 =:2 ]b }"},
-      {"<e/>", "=:"},
       {"<e>  two\n lines &amp; more </e>", "=:  two\n lines & more "},
       {"<e>a<I>1</I>b<I><k>v</k></I></e>", "[ =:1 { =k:v } ]"},
-      {"<e><I>1</I><x>2</x></e>", "{ =I:1 =x:2 }"},
-      {"<e><a>1</a><a>2</a></e>", "{ =a:2 }"},
       {"<e mustUnderstand='TRUE'>v</e>", "=!:v"},
       {"<e mustUnderstand='yes'>v</e>", "=:v"},
       {"<e xmlns:p='urn:p' p:mustUnderstand='true'>v</e>", "=:v"},
@@ -174,7 +161,7 @@ struct Schema {
   Boolean enabled{"enabled", &defaults};
   Enum mode{"mode", {"slow"}};
   String name{"name", &defaults}, address{"address"};
-  Struct route{"route"}, inner{"inner"}, root{"root"};
+  Struct route{"route"}, root{"root"};
   Array addresses{"addresses", &address}, routes{"routes", &route}, bare{"bare", nullptr};
 
   Schema() {
@@ -184,10 +171,9 @@ struct Schema {
     mode.setProperty("label", "Speed");
     addresses.setProperty("label", "");
     route.addMember("gw", &address).addMember("dst", &address);
-    inner.addMember("mode", &mode);
     root.addMember("name", &name).addMember("enabled", &enabled).addMember("mode", &mode);
     root.addMember("addresses", &addresses).addMember("routes", &routes);
-    root.addMember("inner", &inner).addMember("bare", &bare).addMember("none", nullptr);
+    root.addMember("inner", &route).addMember("bare", &bare).addMember("none", nullptr);
   }
 };
 
@@ -195,46 +181,38 @@ TEST(RenderingTest, JSONAndTextFollowTheValidator) {
   Schema s;
   Tree tree = build(
       "{ =name:eth0 =enabled:on =!mode:fast [addresses =:10.0.0.1 =:10.0.0.2 ]addresses "
-      "[routes { =dst:0.0.0.0 =gw:10.0.0.254 } ]routes {inner =mode:slow }inner "
-      "[bare =:b ]bare =unknown:u =none:n }");
+      "[routes { =dst:0.0.0.0 =gw:10.0.0.254 } ]routes {inner =gw:g }inner "
+      "[bare =:b { } =:c ]bare =unknown:u =none:n }");
   Value *bare = object(tree.get())->find("bare"), *name = object(tree.get())->find("name");
   // A member the validator cannot render leaves its key alone on the line, as designed.
   EXPECT_EQ(
       "{\n\"addresses\": [\"10.0.0.1\"\n, \"10.0.0.2\"\n]\n\"bare\": \"!enabled\": \"true\"\n"
-      "\"inner\": {\n\"mode\": \"slow\"\n}\n\"!mode\": \"Fast mode\"\n\"name\": \"eth0\"\n"
+      "\"inner\": {\n\"gw\": \"g\"\n}\n\"!mode\": \"Fast mode\"\n\"name\": \"eth0\"\n"
       "\"routes\": [{\n\"dst\": \"0.0.0.0\"\n\"gw\": \"10.0.0.254\"\n}\n]\n}\n",
       tree->asJSON(&s.root));
   EXPECT_EQ("", tree->asJSON(&s.name));
-  EXPECT_EQ("", tree->asJSON(nullptr));
   EXPECT_EQ("", bare->asJSON(&s.name));
-  EXPECT_EQ("\"on\"\n", object(tree.get())->find("enabled")->asJSON(nullptr));
   EXPECT_EQ("\"eth0\"\n", name->asJSON(&s.mode));
 
+  // One level in; a simple array shows only its simple elements.
   multiCat catalog("corvane", "en_US");
+  std::ostringstream out;
+  tree->asText(out, &s.root, catalog, 1);
   EXPECT_EQ(
-      "name \"eth0\"\nEnabled \"true\"\nSpeed \"Fast mode\"\n"
-      "addresses \"10.0.0.1\" \"10.0.0.2\"\n"
-      "routes\n  gw \"10.0.0.254\"\n  dst \"0.0.0.0\"\nend routes\n"
-      "inner\n  Speed \"slow\"\nend inner\nbare \"b\"\n",
-      tree->asText(&s.root, catalog));
+      "  name \"eth0\"\n  Enabled \"true\"\n  Speed \"Fast mode\"\n"
+      "  addresses \"10.0.0.1\" \"10.0.0.2\"\n"
+      "  routes\n    gw \"10.0.0.254\"\n    dst \"0.0.0.0\"\n  end routes\n"
+      "  inner\n    gw \"g\"\n  end inner\n  bare \"b\" \"c\"\n",
+      out.str());
   EXPECT_EQ("", tree->asText(&s.routes, catalog));
   EXPECT_EQ("", name->asText(&s.root, catalog));
-
-  // Nested level, an empty simple array, and arrays whose elements are mixed.
-  Tree mixed = build("{ [addresses ]addresses [routes [ ] { } ]routes [bare =:x { } =:y ]bare }");
-  std::ostringstream out;
-  mixed->asText(out, &s.root, catalog, 2);
-  EXPECT_EQ(
-      "    addresses\n    routes\n    end routes\n    routes\n    end routes\n"
-      "    bare \"x\" \"y\"\n",
-      out.str());
 
   // The label buffer holds 255 bytes and a terminator.
   std::string longName(300, 'n');
   Struct schema("s");
   schema.addMember(longName, &s.name);
-  object(mixed.get())->insert(longName, text("v"));
-  EXPECT_EQ(std::string(255, 'n') + " \"v\"\n", mixed->asText(&schema, catalog));
+  object(tree.get())->insert(longName, text("v"));
+  EXPECT_EQ(std::string(255, 'n') + " \"v\"\n", tree->asText(&schema, catalog));
 }
 
 }  // namespace
