@@ -53,11 +53,10 @@ TEST(ValidatorTest, SimpleKindsGiveTheirVerdictsAndMessages) {
   colours.insert("blue", "Blue");
   Boolean flag("flag");
   Bitmask mask("mask", {"a", "b"});
-  String bounded("s"), name("name"), broken("broken");
+  String bounded("s"), name("name");
   bounded.setMinLength(2).setMaxLength(8);  // the maximum itself is too long
-  name.addPattern("[a-z]+").addPattern("[0-9]{2}").setMaxLength(5);
   // A pattern that does not compile matches nothing, but the others still do.
-  broken.addPattern("([a-z]").addPattern("ok");
+  name.addPattern("([a-z]").addPattern("[a-z]+").addPattern("[0-9]{2}").setMaxLength(5);
   struct Case {
     Base const& v;
     std::vector<char const*> texts;
@@ -76,14 +75,10 @@ TEST(ValidatorTest, SimpleKindsGiveTheirVerdictsAndMessages) {
       {bounded, {"12345678", "\xc3\xa4\xc3\xa4\xc3\xa4\xc3\xa4"}, "@prop_string_too_long"},
       {bounded, {nullptr}, "@prop_string_expected"},
       {name, {"abc", "42"}, "ok"},
-      {name, {"abc1", "x42", ""}, "@prop_string_no_match"},
+      {name, {"abc1", "x42", "", "(a"}, "@prop_string_no_match"},
       {name, {"abcde"}, "@prop_string_too_long"},  // length comes before the patterns
-      {broken, {"ok"}, "ok"},
-      {broken, {"(a"}, "@prop_string_no_match"},
   };
   for (Case const& c : cases) check(c.v, c.texts, c.message);
-  EXPECT_EQ("false", *flag.display("off"));
-  EXPECT_FALSE(String("none").Matches("anything"));
 
   std::pair<char const*, std::vector<std::string>> const splits[] = {
       {"", {}}, {" +,\t", {}}, {" a, b+c\td ", {"a", "b", "c", "d"}}, {"a;b c", {"a;b", "c"}}};
