@@ -120,27 +120,23 @@ TEST(StringTest, LongRepetitionsAreRefusedNotFatal) {
   testing::SyslogSink sink;
   log::setLogLevel(4);
   std::pair<char const*, std::string> const cases[] = {
-      {"(ab)*", "ab"}, {"(\\w+\\s?)*", "a "}, {"([0-9a-fA-F]{1,4}:)*[0-9a-fA-F]{1,4}", "1:"}};
-  for (auto const& c : cases) {
+      {"(ab)*", "ab"}, {"(\\w+\\s?)*", "a "}, {"([0-9a-fA-F]{1,4}:)*[0-9a-fA-F]{1,4}", "1:1"}};
+  for (auto const& [pattern, unit] : cases) {
     String s("hostile");
-    s.addPattern(c.first);
-    std::string shortValue;
-    for (int i = 0; i < 20; ++i) shortValue += c.second;
-    if (c.second == "1:") shortValue += "1";
-    EXPECT_EQ("ok", verdict(s, std::make_unique<SimpleValue>(shortValue).get())) << c.first;
+    s.addPattern(pattern);
+    std::string text;
+    for (int i = 0; i < 20; ++i) text += unit;
+    EXPECT_EQ("ok", verdict(s, std::make_unique<SimpleValue>(text).get())) << pattern;
     sink.drain(50);
-    for (size_t bytes : {size_t(20000), size_t(1) << 20}) {
-      std::string value;
-      while (value.size() < bytes) value += c.second;
-      auto start = std::chrono::steady_clock::now();
-      EXPECT_EQ("@prop_string_no_match", verdict(s, std::make_unique<SimpleValue>(value).get()))
-          << c.first << " " << bytes;
-      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
-      std::vector<std::string> lines = sink.drain(50);
-      ASSERT_EQ(1u, lines.size()) << c.first;
-      EXPECT_NE(std::string::npos, lines[0].find("exceeds the matcher's bounds")) << lines[0];
-      EXPECT_EQ(0u, lines[0].find("<140>")) << lines[0];  // facility 136, level 4
-    }
+    while (text.size() < (size_t(1) << 20)) text += unit;
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ("@prop_string_no_match", verdict(s, std::make_unique<SimpleValue>(text).get()))
+        << pattern;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    std::vector<std::string> lines = sink.drain(50);
+    ASSERT_EQ(1u, lines.size()) << pattern;
+    EXPECT_NE(std::string::npos, lines[0].find("exceeds the matcher's bounds")) << lines[0];
+    EXPECT_EQ(0u, lines[0].find("<140>")) << lines[0];  // facility 136, level 4
   }
   log::setLogLevel(7);
 }
