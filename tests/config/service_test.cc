@@ -117,6 +117,8 @@ class ServiceTest : public ::testing::Test {
 TEST_F(ServiceTest, EachOperationMakesOneCallAndPassesOnTheAnswerOrCommError) {
   using apache::thrift::TApplicationException;
   auto ops = operations();
+  EXPECT_TRUE(mManager.waitUntilIdle());
+  int descriptors = testing::openDescriptorCount();
   // An application exception, then no manager at all: kwCommError, outputs left alone, and
   // only updateObject reports the failed conversation.
   for (bool down : {false, true}) {
@@ -138,6 +140,8 @@ TEST_F(ServiceTest, EachOperationMakesOneCallAndPassesOnTheAnswerOrCommError) {
             std::make_tuple(mOut, mNames, mAdmin, mOp));
   mManager.reset();
   mManager.start();
+  EXPECT_TRUE(mManager.waitUntilIdle());
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
 
   // Every method answering a bare code reads the same bytes as createObject's result;
   // getOpState gets the fake's neutral answer (kwUp, code 0).

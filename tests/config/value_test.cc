@@ -23,7 +23,6 @@ namespace {
 using Tree = std::unique_ptr<Value>;
 using namespace validator;
 
-SimpleValue* text(char const* t, bool flag = false) { return new SimpleValue(t, flag); }
 StructValue* object(Value* v) { return static_cast<StructValue*>(v); }
 
 // The flat list form of `value`, empty for no value.
@@ -62,7 +61,7 @@ TEST(ThriftFormTest, OwnershipCopiesAndTheListFormBothWays) {
 
   // Clones are deep; the list form writes every kind, flag and closing name.
   Tree copy(tree->clone());
-  object(tree.get())->insert("a", text("changed"));
+  object(tree.get())->insert("a", new SimpleValue("changed"));
   ValueList list;
   copy->asThrift(list, "obj");
   SimpleValue("v").asThrift(list, nullptr);  // appends; null name is empty
@@ -197,7 +196,7 @@ TEST(RenderingTest, JSONAndTextFollowTheValidator) {
   std::string longName(300, 'n');
   Struct schema("s");
   schema.addMember(longName, &name);
-  object(tree.get())->insert(longName, text("v"));
+  object(tree.get())->insert(longName, new SimpleValue("v"));
   EXPECT_EQ(std::string(255, 'n') + " \"v\"\n", tree->asText(&schema, catalog));
 }
 
