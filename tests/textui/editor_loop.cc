@@ -3,9 +3,9 @@
 // A tiny shell over the line editor on standard input and output, for driving it the way a
 // person would (under tmux). Echoes each line as "got [line]"; completes from a fixed list.
 
-#include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,12 +23,9 @@ class Shell : public corvane::textui::Editor {
     return new std::vector<std::string>(kWords);
   }
   int Complete(std::string& word) override {
-    std::vector<std::string> hits;
-    for (std::string const& w : kWords) {
-      if (w.compare(0, word.size(), word) == 0) hits.push_back(w);
-    }
-    if (hits.size() != 1) return 0;
-    word = hits[0].substr(word.size());
+    auto starts = [&](std::string const& w) { return w.compare(0, word.size(), word) == 0; };
+    if (std::count_if(kWords.begin(), kWords.end(), starts) != 1) return 0;
+    word = std::find_if(kWords.begin(), kWords.end(), starts)->substr(word.size());
     return 1;
   }
 };
