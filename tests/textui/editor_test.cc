@@ -69,32 +69,32 @@ Tty* typed(std::string const& keys, int cols = 80) {
   return new Tty(fds[0], cols);
 }
 
-// An editor whose hooks the tests program.
+std::vector<std::string> const kItems = {"ab", "cd", "ce", "my dir x"};
+
+// An editor whose hooks list `kItems` (nothing for an empty line, a failure for the line "!")
+// and complete a prefix of exactly one of them.
 class Shell : public Editor {
  public:
   Shell(Tty* tty, int flags) : Editor(tty, flags) { SetPrompt("> "); }
-  std::vector<std::string> items;
-  bool fail = false;
-  int matches = 0;
-  std::string text, seen;
+  Tty& tty() { return *static_cast<Tty*>(IO()); }
   std::vector<std::string>* GetCompletions() override {
-    if (fail) throw std::runtime_error("hook failed");
-    return items.empty() ? nullptr : new std::vector<std::string>(items);
+    if (Line() == "!") throw std::runtime_error("hook failed");
+    return Line().empty() ? nullptr : new std::vector<std::string>(kItems);
   }
   int Complete(std::string& word) override {
-    seen = word;
-    word = text;
-    return matches;
+    auto starts = [&](std::string const& w) { return w.compare(0, word.size(), word) == 0; };
+    int n = static_cast<int>(std::count_if(kItems.begin(), kItems.end(), starts));
+    word = n == 1 ? std::find_if(kItems.begin(), kItems.end(), starts)->substr(word.size()) : "";
+    return n;
+  }
+  // Runs `get` to the end of input: the last line it returned, and the bytes written for it.
+  std::pair<std::string, std::string> lastLine() {
+    std::pair<std::string, std::string> last;
+    std::string line;
+    for (tty().screen.clear(); get(line); tty().screen.clear()) last = {line, tty().screen};
+    return last;
   }
 };
-
-// Runs `get` to the end of input: the last line it returned, and the bytes written for it.
-std::pair<std::string, std::string> lastLine(Shell& ed, Tty* tty) {
-  std::pair<std::string, std::string> last;
-  std::string line;
-  for (tty->screen.clear(); ed.get(line); tty->screen.clear()) last = {line, tty->screen};
-  return last;
-}
 
 std::string rep(char c, int n) { return std::string(n, c); }
 std::string const B3 = "\b\b\b", B4 = B3 + "\b", B5 = B4 + "\b", B6 = B5 + "\b", B7 = B6 + "\b";
@@ -138,21 +138,24 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
       // Meta counts and unbound keys.
       {"insert", "\0333x\r", "xxx", "> xxx\r\n"},
       {"delete", "abcdef\1\0332\4\r", "cdef", "> abcdef" + B6 + "cdef  " + B6 + "cdef\r\n"},
-      {"case words", "aa bb cc\1\0332\033u\r", "AA BB cc", "> aa bb cc" + rep('\b', 8) + "AA BB cc\r\n"},
       {"erase, then no count", "abcd\0332\177x\r", "abx", "> abcd\b\b  \b\bx\r\n"},
       {"unbound beeps", "\033za\r", "a", "> \aa\r\n"},
       {"meta characters", "ab\1\346X\26\341\r", "abX\341", "> ab\b\babXMa\r\n", 1},
       // Arrows and the delete key.
       {"left, right", "abc\033[D\033ODX\033[C\r", "aXbc", "> abc\b\bXbc\b\bbc\r\n"},
       {"delete key", "abc\1\033[3~\r", "bc", "> abc" + B3 + "bc " + B3 + "bc\r\n"},
-      {"3 without tilde", "abc\1\033[3x\r", "abc", "> abc" + B3 + "abc\r\n"},
       {"unknown", "\033[Zq\r", "q", "> \aq\r\n"},
       {"flag 4: no arrows", "ab\033b\033[D\r", "Dab", "*", 4},
+      // Completion.
+      {"list, a row more when filled (deliberate)", "x\033?\r", "x", "> x\r\nab        my dir x\r\ncd\r\nce\r\n> x\r\n", 0, 22},
+      {"nothing to list", "\033?\r", "", "> \a\r\n"},
+      {"unique, quoted", "cd my\\ di\t\r", "cd my\\ dir\\ x ", "> cd my\\ dir\\ x \r\n"},
+      {"ambiguous", "c\t\r", "c", "> c\a\r\n"},
+      {"none", "z\t\r", "z", "> z\a\r\n"},
       // History and its search.
       {"previous", "one\rtwo\r\033[A\033[A\r", "one", "> two" + B3 + "one\r\n"},
       {"next restores edit", "one\rab\20\16\r", "ab", "> ab\b\bone\b\b\bab \b\r\n"},
       {"first, last", "a\rb\r\033<\033>x\r", "x", "> a\b \bx\r\n"},
-      {"oldest beeps", "a\r\20\20\r", "a", "> a\a\r\n"},
       {"last argument", "ls -l /tmp \rcd \033.\r", "cd /tmp", "> cd /tmp\r\n"},
       {"search", "make all\rls\rmake test\r\22mak\r\r", "make test",
        search + "mak" + rep('\b', 11) + rep(' ', 11) + rep('\b', 11) + "> make test\r\n"},
@@ -160,42 +163,15 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
       {"search fails", "ls\r\22zz\r\r", "", search + "zz" + rep('\b', 10) + rep(' ', 10) + rep('\b', 10) + "\a> \r\n"},
   };
   for (auto const& c : cases) {
-    Tty* tty = typed(c.keys, c.cols);
-    Shell ed(tty, c.flags);
+    Shell ed(typed(c.keys, c.cols), c.flags);
     ed.SetNoEcho(c.noEcho);
-    auto last = lastLine(ed, tty);
+    auto last = ed.lastLine();
     EXPECT_EQ(c.line, last.first) << c.name;
     EXPECT_TRUE(c.bytes == "*" || c.bytes == last.second) << c.name << ": " << ::testing::PrintToString(last.second);
-    EXPECT_TRUE(tty->restored()) << c.name;
+    EXPECT_TRUE(ed.tty().restored()) << c.name;
   }
 }
 
-TEST(EditorTest, CompletionInsertsQuotesAndListsInColumns) {
-  struct {
-    char const* name;
-    int cols;
-    std::vector<std::string> items;  // none: the list hook answers null
-    int matches;
-    char const *text, *keys;
-    std::string line, bytes, seen;
-  } const cases[] = {
-      // Columns filled exactly still get a row more; deliberate.
-      {"column-major rows", 20, {"ab", "cd", "ef", "ghij"}, 0, "", "x\x1b?\r", "x", "> x\r\nab    ghij\r\ncd\r\nef\r\n> x\r\n", ""},
-      {"no list", 80, {}, 0, "", "\x1b?\r", "", "> \a\r\n", ""},
-      {"ambiguous", 80, {}, 2, "p", "he\t\r", "hep", "> hep\a\r\n", "he"},
-      {"unique, quoted", 80, {}, 1, "r x", "cd my\\ di\t\r", "cd my\\ dir\\ x ", "> cd my\\ dir\\ x \r\n", "my di"},
-      {"none", 80, {}, 0, "zz", "a\t\r", "a", "> a\a\r\n", "a"},
-  };
-  for (auto const& c : cases) {
-    Tty* tty = typed(c.keys, c.cols);
-    Shell ed(tty, 0);
-    ed.items = c.items;
-    ed.matches = c.matches;
-    ed.text = c.text;
-    EXPECT_EQ(std::make_pair(c.line, c.bytes), lastLine(ed, tty)) << c.name;
-    EXPECT_EQ(c.seen, ed.seen) << c.name;
-  }
-}
 // clang-format on
 
 TEST(EditorTest, HistoryKeepsNonEmptyDistinctLinesUpToCapacity) {
@@ -216,73 +192,55 @@ TEST(EditorTest, LinesStopGrowingAtTheLimit) {
   // it, keep what fitted (one copy) and beep for each refused copy.
   std::string keys = "ab\r";
   for (int i = 0; i < 9; ++i) keys += "\033.\033.\033.\033.\033.\033.\r";
-  Tty* tty = typed(keys);
-  Shell ed(tty, 0);
+  Shell ed(typed(keys), 0);
   std::string line;
   std::vector<size_t> sizes;
   while (ed.get(line)) sizes.push_back(line.size());
   std::vector<size_t> expected{2};
   while (expected.size() < 10) expected.push_back(std::min<size_t>(6 * expected.back(), 559872));
   EXPECT_EQ(expected, sizes);
-  EXPECT_EQ(2 * 5, std::count(tty->screen.begin(), tty->screen.end(), '\a'));
+  EXPECT_EQ(2 * 5, std::count(ed.tty().screen.begin(), ed.tty().screen.end(), '\a'));
 }
 
-TEST(EditorTest, EndOfInputAndWakeEndTheLineInCookedMode) {
-  Tty* tty = typed(
-      "\x04"
-      "ab\r");
-  Shell ed(tty, 0);
-  std::string line = "x";
-  EXPECT_FALSE(ed.get(line));
-  EXPECT_EQ("", line);
-  EXPECT_EQ("> ", tty->screen);
-  EXPECT_EQ(0u, tty->modes[1].c_lflag & (ICANON | ECHO | ISIG | IEXTEN));
-  EXPECT_EQ(1, tty->modes[1].c_cc[VMIN]);
-  EXPECT_TRUE(ed.get(line));
-  EXPECT_EQ("ab", line);
-  EXPECT_TRUE(tty->restored());
-  Shell woken(typed("ab\r"), 0);
-  woken.IO()->Wake();
-  EXPECT_FALSE(woken.get(line));
-  EXPECT_TRUE(woken.History().empty());
-}
+int sRaised;  // the signals caught, as the digit pairs of one number
+void record(int sig) { sRaised = sRaised * 100 + sig; }
 
-int sCaught[32];
-void record(int sig) { ++sCaught[sig]; }
-
-TEST(EditorTest, SignalCharactersEndTheLineAndReRaiseWithFlag8) {
-  struct sigaction action {};
-  action.sa_handler = record;
-  for (int sig : {SIGINT, SIGQUIT, SIGTSTP}) sigaction(sig, &action, nullptr);
+TEST(EditorTest, EveryWayOutRestoresTheModeAndKeepsNoHistory) {
+  for (int sig : {SIGINT, SIGQUIT, SIGTSTP}) signal(sig, record);
   struct {
     char const* keys;
-    int flags, sig, raised;
+    int flags, sig;
+    bool ok;
+    std::string screen;  // "*": not compared
   } const cases[] = {
-      {"ab\x03", 0, SIGINT, 0}, {"ab\x03", 8, SIGINT, 1},    {"\x1c", 8, SIGQUIT, 1},
-      {"x\x1a", 8, SIGTSTP, 1}, {"\x12q\x03", 8, SIGINT, 1},
+      {"\x04"
+       "ab\r",
+       0, 0, false, "> "},  // end of input only on an empty line
+      {"ab\x03", 0, 0, true, "> ab"},
+      {"ab\x03", 8, SIGINT, true, "> ab"},
+      {"\x1c", 8, SIGQUIT, true, "> "},
+      {"x\x1a", 8, SIGTSTP, true, "> x"},
+      {"\x12q\x03", 8, SIGINT, true, "*"},
   };
   for (auto const& c : cases) {
-    memset(sCaught, 0, sizeof sCaught);
-    Tty* tty = typed(c.keys);
-    Shell ed(tty, c.flags);
+    sRaised = 0;
+    Shell ed(typed(c.keys), c.flags);
     std::string line = "x";
-    EXPECT_TRUE(ed.get(line) && line.empty() && ed.History().empty()) << c.keys;
-    EXPECT_TRUE(tty->restored()) << c.keys;
-    EXPECT_EQ(c.raised, sCaught[c.sig]) << c.keys;
-    if (c.flags == 0) {
-      EXPECT_EQ("> ab", tty->screen);
-    }
+    EXPECT_EQ(c.ok, ed.get(line)) << c.keys;
+    EXPECT_TRUE(line.empty() && ed.History().empty()) << c.keys;
+    EXPECT_TRUE(c.screen == "*" || c.screen == ed.tty().screen) << ed.tty().screen;
+    EXPECT_EQ(0u, ed.tty().modes[1].c_lflag & (ICANON | ECHO | ISIG | IEXTEN));
+    EXPECT_TRUE(ed.tty().restored()) << c.keys;
+    EXPECT_EQ(c.sig, sRaised) << c.keys;
   }
-}
-
-TEST(EditorTest, HookExceptionRestoresTheMode) {
-  Tty* tty = typed("a\x1b?");
-  Shell ed(tty, 0);
-  ed.fail = true;
+  Shell woken(typed("ab\r"), 0);
+  woken.IO()->Wake();
   std::string line;
-  EXPECT_THROW(ed.get(line), std::runtime_error);
-  EXPECT_TRUE(tty->restored());
-  EXPECT_TRUE(ed.History().empty());
+  EXPECT_FALSE(woken.get(line));
+  Shell failing(typed("!\x1b?"), 0);
+  EXPECT_THROW(failing.get(line), std::runtime_error);
+  EXPECT_TRUE(failing.tty().restored());
+  EXPECT_TRUE(failing.History().empty());
 }
 
 TEST(EditorTest, DestructorClosesItsDescriptors) {
