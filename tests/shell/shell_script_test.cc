@@ -124,10 +124,14 @@ TEST(ShellScriptTest, CommandsRefusalsUnreachableManagersAndTheReset) {
                  {"show locale", "en_US\n"}},
                 "corvane> \nexit 0\n");
   control("clear");
-  // Confirmed, the reset empties /var/log and asks for the reboot.
+  // Confirmed, the reset empties /var/log and asks for the reboot ("telinit 6"), which here
+  // brings the simulated managers back to their starting state.
+  corvane::testing::setStandInScript("telinit",
+                                     "exec " CORVANE_SIM_PROGRAM " --control reboot >/dev/null\n");
   expectSession({{"reset device\nyes",
                   "Reset the appliance to its factory settings and reboot? (yes/no) yes\n"
-                  "The appliance configuration has been reset to the factory defaults.\nOK\n"}},
+                  "The appliance configuration has been reset to the factory defaults.\nOK\n"},
+                 {"show logging", "log level: info\ntrace mask:\n  none\n"}},
                 "corvane> \nexit 0\n");
   EXPECT_EQ("6\n", readFile("/sandbox/calls/telinit"));
   control("quit");
