@@ -38,15 +38,14 @@ TEST(ShellTmuxTest, TypedSessionCompletesListsUpgradesAndLeavesSane) {
   for (int i = 0; i < 100 && system((kControl + "status >/dev/null 2>&1").c_str()) != 0; ++i)
     usleep(100000);
   // After the shell ends, the terminal's modes tell whether it was left sane.
-  std::string command = "'" CORVANE_SHELL_PROGRAM
-                        "; echo \"left: $(stty -a | tr \" \" \"\\n\" | grep -E "
-                        "\"^-?(icanon|echo)$\" | tr \"\\n\" \" \")\";"
-                        " sleep 60'";
+  std::string command =
+      "'" CORVANE_SHELL_PROGRAM
+      "; echo left: $(stty -a | grep -ow -e \"-\\?icanon\" -e \"-\\?echo\"); sleep 60'";
   ASSERT_EQ(0, system((kTmux + "new-session -d -s cs -x 120 -y 50 " + command).c_str()));
-  screenWith("corvane>");
   // Command words by TAB ("interface" is shared with "interfaces"), names listed by Escape-?;
   // the progress bar grows in place; Ctrl-D on an empty line ends the shell.
   std::pair<char const*, char const*> const steps[] = {
+      {"", "corvane>"},
       {"sh Tab inter Tab ' eth' M-?", "eth3\ncorvane> show"},
       {"0 Enter", "DADRetransmitTimer"},
       {"'upgrade firmware /tmp/corvane-2.1.img' Enter", "complete\ncorvane>"},
@@ -57,10 +56,9 @@ TEST(ShellTmuxTest, TypedSessionCompletesListsUpgradesAndLeavesSane) {
     screen = screenWith(step.second);
   }
   EXPECT_NE(screen.find("corvane> show interface eth\neth0  eth1  eth2  eth3\n"
-                        "corvane> show interface eth0\n"),
+                        "corvane> show interface eth0\n  name                 eth0\n"),
             std::string::npos)
       << screen;
-  EXPECT_NE(screen.find("  IPAddress            192.168.1.10/24\n"), std::string::npos);
   EXPECT_NE(screen.find("corvane> upgrade firmware /tmp/corvane-2.1.img\n"
                         "firmware upgrade [##############################] 100 %\n"
                         "firmware upgrade complete\n"

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,10 +32,10 @@ class Shell : public corvane::textui::Editor {
 }  // namespace
 
 int main() {
-  std::unique_ptr<Shell> shell(new Shell(new corvane::textui::io::tty(dup(0), dup(1)), 0));
-  shell->SetPrompt("cv> ");
+  Shell shell(new corvane::textui::io::tty(dup(0), dup(1)), 0);
+  shell.SetPrompt("cv> ");
   std::string line;
-  while (shell->get(line)) {
+  while (shell.get(line)) {
     std::string echo = "got [" + line + "]\r\n";
     if (write(1, echo.data(), echo.size()) < 0) return 1;
   }
