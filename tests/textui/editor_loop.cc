@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
 // A tiny shell over the line editor on standard input and output, for driving it the way a
-// person would (under tmux). Echoes each line as "got [line]"; completes from a fixed list.
+// person would (under tmux). Echoes each line as "got [line]"; lists a fixed set of words.
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,12 +19,6 @@ class Shell : public corvane::textui::Editor {
   using Editor::Editor;
   std::vector<std::string>* GetCompletions() override {
     return new std::vector<std::string>(kWords);
-  }
-  int Complete(std::string& word) override {
-    auto starts = [&](std::string const& w) { return w.compare(0, word.size(), word) == 0; };
-    if (std::count_if(kWords.begin(), kWords.end(), starts) != 1) return 0;
-    word = std::find_if(kWords.begin(), kWords.end(), starts)->substr(word.size());
-    return 1;
   }
 };
 
