@@ -205,13 +205,9 @@ TEST(EditorTest, EveryWayOutRestoresTheModeAndKeepsNoHistory) {
     bool ok;
     std::string screen;  // "*": not compared
   } const cases[] = {
-      {"\x04"
-       "ab\r",
-       0, 0, false, "> "},  // end of input only on an empty line
-      {"ab\x03", 0, 0, true, "> ab"},
-      {"ab\x03", 8, SIGINT, true, "> ab"},
-      {"\x1c", 8, SIGQUIT, true, "> "},
-      {"x\x1a", 8, SIGTSTP, true, "> x"},
+      {"\4ab\r", 0, 0, false, "> "},  // end of input only on an empty line
+      {"ab\x03", 0, 0, true, "> ab"},      {"ab\x03", 8, SIGINT, true, "> ab"},
+      {"\x1c", 8, SIGQUIT, true, "> "},    {"x\x1a", 8, SIGTSTP, true, "> x"},
       {"\x12q\x03", 8, SIGINT, true, "*"},
   };
   for (auto const& c : cases) {
