@@ -67,7 +67,7 @@ TEST_F(SimScenario, SensorsComeFromTheScenarioAndLoginChecksThePassword) {
   EXPECT_FALSE(userUtils::login("cli", "oper", "wrong"));
 }
 
-TEST_F(SimScenario, ProcessManagerRecordsWhatItIsAsked) {
+TEST_F(SimScenario, ManagersRecordLogSettingsNotesAndMessages) {
   processManagerUtils::distributeLogging(7, 0x12);
   EXPECT_EQ(processManagerUtils::requestReboot(), 0);
   // Unrecoverable from the third note on (the default count): then nothing is emitted.
@@ -83,9 +83,7 @@ TEST_F(SimScenario, ProcessManagerRecordsWhatItIsAsked) {
     ASSERT_NE(at, std::string::npos) << manager << " not reached in order:\n" << log;
   }
   EXPECT_NE(log.find("processmgr: reboot requested", at), std::string::npos);
-}
-
-TEST_F(SimScenario, CatalogLogsReachTheLogReceiverAndSyslogFiles) {
+  // A catalog message reaches the log receiver as its id and arguments, and syslog as text.
   log::init("simtest");
   icu::Formattable args[] = {icu::UnicodeString("eth5"), icu::UnicodeString("agg9")};
   log::log(3, "network_validation_sub_interface_already_in_aggregate_interface", args, 2, "obj1");

@@ -49,8 +49,7 @@ struct Tty : io::Base {
     *mode = modes.back();
     return true;
   }
-  bool GetSize(int& rows, int& columns) const override {
-    rows = 24;
+  bool GetSize(int&, int& columns) const override {
     columns = cols;
     return true;
   }
@@ -169,23 +168,19 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
 
 // clang-format on
 
-TEST(EditorTest, HistoryKeepsTheNewestLinesUpToCapacity) {
+TEST(EditorTest, HistoryAndLinesStopGrowingAtTheirLimits) {
   std::string keys, line;
   for (int i = 0; i < Editor::kHistorySize + 5; ++i) keys += "l" + std::to_string(i) + "\r";
-  Shell ed(typed(keys), 0);
-  for (int i = 0; i < Editor::kHistorySize + 5; ++i) ed.get(line);
-  ASSERT_EQ(size_t(Editor::kHistorySize), ed.History().size());
-  EXPECT_EQ("l5", ed.History().front());
-}
-
-TEST(EditorTest, LinesStopGrowingAtTheLimit) {
+  Shell full(typed(keys), 0);
+  for (int i = 0; i < Editor::kHistorySize + 5; ++i) full.get(line);
+  ASSERT_EQ(size_t(Editor::kHistorySize), full.History().size());
+  EXPECT_EQ("l5", full.History().front());
   // Each line repeats the previous line's last argument six times: unbounded, the last of
   // these lines would hold 2 * 6^9 bytes. The first that would pass the limit, and all after
   // it, keep what fitted (one copy) and beep for each refused copy.
-  std::string keys = "ab\r";
+  keys = "ab\r";
   for (int i = 0; i < 9; ++i) keys += "\033.\033.\033.\033.\033.\033.\r";
   Shell ed(typed(keys), 0);
-  std::string line;
   std::vector<size_t> sizes;
   while (ed.get(line)) sizes.push_back(line.size());
   std::vector<size_t> expected{2};
@@ -197,7 +192,8 @@ TEST(EditorTest, LinesStopGrowingAtTheLimit) {
 int sRaised;  // the signals caught, as the digit pairs of one number
 void record(int sig) { sRaised = sRaised * 100 + sig; }
 
-TEST(EditorTest, EveryWayOutRestoresTheModeAndKeepsNoHistory) {
+TEST(EditorTest, EveryWayOutRestoresTheModeAndLeavesNothingBehind) {
+  int descriptors = testing::openDescriptorCount();
   for (int sig : {SIGINT, SIGQUIT, SIGTSTP}) signal(sig, record);
   struct {
     char const* keys;
@@ -221,6 +217,11 @@ TEST(EditorTest, EveryWayOutRestoresTheModeAndKeepsNoHistory) {
     EXPECT_TRUE(ed.tty().restored()) << c.keys;
     EXPECT_EQ(c.sig, sRaised) << c.keys;
   }
+  // Each editor closed its descriptors, as does one on a terminal.
+  int fds[2];
+  ASSERT_EQ(0, pipe(fds));
+  delete Editor::FromTTY(fds[0], fds[1], 0);
+  EXPECT_EQ(descriptors, testing::openDescriptorCount());
   Shell woken(typed("ab\r"), 0);
   woken.IO()->Wake();
   std::string line;
@@ -229,14 +230,6 @@ TEST(EditorTest, EveryWayOutRestoresTheModeAndKeepsNoHistory) {
   EXPECT_THROW(failing.get(line), std::runtime_error);
   EXPECT_TRUE(failing.tty().restored());
   EXPECT_TRUE(failing.History().empty());
-}
-
-TEST(EditorTest, DestructorClosesItsDescriptors) {
-  int before = testing::openDescriptorCount();
-  int fds[2];
-  ASSERT_EQ(0, pipe(fds));
-  delete Editor::FromTTY(fds[0], fds[1], 0);
-  EXPECT_EQ(before, testing::openDescriptorCount());
 }
 
 }  // namespace
