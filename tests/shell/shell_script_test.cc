@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
-// corvane-shell reading commands line by line (not a terminal) against the simulated
-// appliance in this test's sandbox: whole transcripts compared, and the effects checked where
-// the appliance records them (the simulator's event log, the reboot stand-in's calls).
+// corvane-shell reading commands from a file against the simulated appliance: whole transcripts
+// compared, and the effects the appliance records (event log, reboot stand-in's calls).
 
 #include <string.h>
 #include <unistd.h>

@@ -141,7 +141,6 @@ TEST(SimCommandLine, BadArgumentsScenarioFileAndStartingFaults) {
   for (char const* args : {"--bogus", "--fault configmgr", "--fault configmgr=melted",
                            "--fault nosuchmgr=down", "--fault configmgr=slow:0", "--scenario"})
     EXPECT_EQ(simExit(args), 2) << args;
-  // Without a running simulator the control command fails.
   EXPECT_EQ(simExit("--control status"), 1);
   corvane::testing::writeFile(
       "/tmp/scenario", "# one failing fan\nfan X9 1234 500 3\nbogus line\ntemp T 99 70 80 4\n");

@@ -86,13 +86,6 @@ class Shell : public Editor {
     word = n == 1 ? std::find_if(kItems.begin(), kItems.end(), starts)->substr(word.size()) : "";
     return n;
   }
-  // Runs `get` to the end of input: the last line it returned, and the bytes written for it.
-  std::pair<std::string, std::string> lastLine() {
-    std::pair<std::string, std::string> last;
-    std::string line;
-    for (tty().screen.clear(); get(line); tty().screen.clear()) last = {line, tty().screen};
-    return last;
-  }
 };
 
 std::string rep(char c, int n) { return std::string(n, c); }
@@ -108,7 +101,6 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
     int flags = 0, cols = 80;
     bool noEcho = false;
   } const cases[] = {
-      // Movement.
       {"line ends", "ab cd\1\6Z\5!\r", "aZb cd!", "> ab cd" + B5 + "aZb cd" + B4 + "b cd!\r\n"},
       {"words", "foo bar-baz\033b\033b\033fX\r", "foo barX-baz", "> foo bar-baz" + B7 + "barX-baz" + B4 + "-baz\r\n"},
       {"to char", "a,b,c\1\35,\35,Q\r", "a,bQ,c", "> a,b,c" + B5 + "a,bQ,c\b\b,c\r\n"},
@@ -117,7 +109,6 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
       {"caret, quote", "a\26\1\26\177\2\r", "a\1\177", "> a^A^?\b\b^?\r\n"},
       {"no echo", "pw\2\26\1\r", "p\1w", "> **\b**\b*\r\n", 0, 80, true},
       {"wraps at the width", "abcdefgh\2X\r", "abcdefgXh", "> abcdefgh \b\r\033[1A\033[9CXh\bh\r\n", 0, 10},
-      // Kill and yank.
       {"kill line, yank", "hello world\033b\13\1\31\r", "worldhello ",
        "> hello world" + B5 + "     " + B5 + B6 + "worldhello " + B6 + "hello \r\n"},
       {"kill character", "abc def\25xy\r", "xy", "> abc def" + B7 + "       " + B7 + "xy\r\n"},
@@ -127,25 +118,20 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
        "> abc def" + B7 + " def   " + B7 + "def " + B4 + "Zdef" + B3 + "def\r\n"},
       {"wipe region", "abcdef\2\2\033 \1\27\5\31\r", "efabcd", "> abcdef" + B6 + "ef    " + B6 + "efabcd\r\n"},
       {"copy region", "ab\033 cd\033w\31\r", "abcdcd", "> abcdcd\r\n"},
-      // Case and transpose.
       {"up-, downcase", "hello WORLD\1\033u\033l\r", "HELLO world", "> hello WORLD" + rep('\b', 11) + "HELLO world\r\n"},
       {"no word left", "abc \033u\r", "abc ", "> abc \a\r\n"},
       {"transpose at start, end, inside", "abcd\1\24\5\24\2\2\24\r", "adbc", "> abcd" + B4 + "\aabcd\b\bdc" + B3 + "dbc\r\n"},
-      // Meta counts and unbound keys.
       {"counts insert, delete", "\0333x\1\0332\4\r", "x", "> xxx" + B3 + "x  " + B3 + "x\r\n"},
       {"erase, then no count", "abcd\0332\177x\r", "abx", "> abcd\b\b  \b\bx\r\n"},
       {"unbound, unknown", "\033z\033[Zq\r", "q", "> \a\aq\r\n"},
       {"meta characters", "ab\1\346X\26\341\r", "abX\341", "> ab\b\babXMa\r\n", 1},
-      // Arrows and the delete key.
       {"arrows, delete key", "abc\033[D\033ODX\033[C\1\033[3~\r", "Xbc", "> abc\b\bXbc\b\bb" + B3 + "Xbc " + B4 + "Xbc\r\n"},
       {"flag 4: no arrows", "ab\033b\033[D\r", "Dab", "*", 4},
-      // Completion.
       {"list, a row more when filled (deliberate)", "x\033?\r", "x", "> x\r\nab        my dir x\r\ncd\r\nce\r\n> x\r\n", 0, 22},
       {"nothing to list", "\033?\r", "", "> \a\r\n"},
       {"unique, quoted", "cd my\\ di\t\r", "cd my\\ dir\\ x ", "> cd my\\ dir\\ x \r\n"},
       {"ambiguous", "c\t\r", "c", "> c\a\r\n"},
       {"none", "z\t\r", "z", "> z\a\r\n"},
-      // History and its search.
       {"no empty lines or repeats", "x\r\rx\ry\rx\r\20\20\20\20\r", "x", "> x\by\bx\a\r\n"},
       {"previous", "one\rtwo\r\033[A\033[A\r", "one", "> two" + B3 + "one\r\n"},
       {"next restores edit", "one\rab\20\16\r", "ab", "> ab\b\bone\b\b\bab \b\r\n"},
@@ -159,7 +145,10 @@ TEST(EditorTest, KeysEditTheLineAndEchoExactly) {
   for (auto const& c : cases) {
     Shell ed(typed(c.keys, c.cols), c.flags);
     ed.SetNoEcho(c.noEcho);
-    auto last = ed.lastLine();
+    std::pair<std::string, std::string> last;  // the last line `get` returned, and its bytes
+    std::string line;
+    for (ed.tty().screen.clear(); ed.get(line); ed.tty().screen.clear())
+      last = {line, ed.tty().screen};
     EXPECT_EQ(c.line, last.first) << c.name;
     EXPECT_TRUE(c.bytes == "*" || c.bytes == last.second) << c.name << ": " << ::testing::PrintToString(last.second);
     EXPECT_TRUE(ed.tty().restored()) << c.name;
@@ -175,9 +164,8 @@ TEST(EditorTest, HistoryAndLinesStopGrowingAtTheirLimits) {
   for (int i = 0; i < Editor::kHistorySize + 5; ++i) full.get(line);
   ASSERT_EQ(size_t(Editor::kHistorySize), full.History().size());
   EXPECT_EQ("l5", full.History().front());
-  // Each line repeats the previous line's last argument six times: unbounded, the last of
-  // these lines would hold 2 * 6^9 bytes. The first that would pass the limit, and all after
-  // it, keep what fitted (one copy) and beep for each refused copy.
+  // Each line repeats the previous line's last argument six times (unbounded, the last would
+  // hold 2 * 6^9 bytes); past the limit a line keeps what fitted and beeps for each refusal.
   keys = "ab\r";
   for (int i = 0; i < 9; ++i) keys += "\033.\033.\033.\033.\033.\033.\r";
   Shell ed(typed(keys), 0);
