@@ -77,8 +77,6 @@ TEST(ShellScriptTest, CommandsRefusalsUnreachableManagersAndTheReset) {
           {"delete aggregate agg1", "The object does not exist.\n"},
           {"set dns 10.0.0.53 10.0.0.54", "name servers set\n"},
           {"show dns", "name servers:   10.0.0.53 10.0.0.54\nsearch domains: \n"},
-          {"set ntp ntp1.example", "time servers set\n"},
-          {"show ntp", "time servers: ntp1.example\n"},
           {"set host 10.0.0.7 backup bk", "10.0.0.7: names set\n"},
           {"show hosts", "10.0.0.7                                 backup bk\n"},
           {"delete host 10.0.0.7", "10.0.0.7: removed\n"},
