@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The libcorvane authors
 // A tiny shell over the line editor on standard input and output, for driving it the way a
-// person would (under tmux). Echoes each line as "got [line]"; completes from a fixed list.
+// person would (under tmux). Echoes each line as "got [line]"; lists a fixed set of words.
 
-#include <stdio.h>
 #include <unistd.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,24 +20,15 @@ class Shell : public corvane::textui::Editor {
   std::vector<std::string>* GetCompletions() override {
     return new std::vector<std::string>(kWords);
   }
-  int Complete(std::string& word) override {
-    std::vector<std::string> hits;
-    for (std::string const& w : kWords) {
-      if (w.compare(0, word.size(), word) == 0) hits.push_back(w);
-    }
-    if (hits.size() != 1) return 0;
-    word = hits[0].substr(word.size());
-    return 1;
-  }
 };
 
 }  // namespace
 
 int main() {
-  std::unique_ptr<Shell> shell(new Shell(new corvane::textui::io::tty(dup(0), dup(1)), 0));
-  shell->SetPrompt("cv> ");
+  Shell shell(new corvane::textui::io::tty(dup(0), dup(1)), 0);
+  shell.SetPrompt("cv> ");
   std::string line;
-  while (shell->get(line)) {
+  while (shell.get(line)) {
     std::string echo = "got [" + line + "]\r\n";
     if (write(1, echo.data(), echo.size()) < 0) return 1;
   }
