@@ -59,6 +59,8 @@ TEST(ClientTest, PortsByServiceNameAndApplianceProbe) {
 TEST(ClientTest, SocketOptionsAndNoLeak) {
   FakeManager manager("hardwaremgr");
   delete getClient<Hw>("hardwaremgr", 0);  // the first client opens the logger's descriptors
+  // The fake serves in this process: its end of that connection must be closed first.
+  ASSERT_TRUE(manager.waitUntilIdle());
   int descriptors = testing::openDescriptorCount();
   for (int timeout : {0, 2500}) {
     std::unique_ptr<Hw> client(getClient<Hw>("hardwaremgr", timeout));
