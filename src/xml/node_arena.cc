@@ -34,8 +34,6 @@ NodeArena*& headerOf(void* node) {
   return *reinterpret_cast<NodeArena**>(static_cast<char*>(node) - kHeader);
 }
 
-std::size_t slotSize(std::size_t size) { return kHeader + ((size + 7) & ~std::size_t{7}); }
-
 void* heapNode(std::size_t size) {
   char* base = static_cast<char*>(::operator new(kHeapPrefix + size));
   void* node = base + kHeapPrefix;

@@ -40,7 +40,7 @@ class NodeArena {
   // Inline, as the reader calls it once per node; a new block or a new batch of references
   // takes the slow path.
   void* allocate(std::size_t size) {
-    std::size_t slot = sizeof(NodeArena*) + ((size + 7) & ~std::size_t{7});
+    std::size_t slot = slotSize(size);
     if (static_cast<std::size_t>(mEnd - mNext) < slot || mCredit == 0) return refill(size);
     --mCredit;
     char* start = mNext;
@@ -68,6 +68,11 @@ class NodeArena {
 
  private:
   struct Block;
+
+  // A node's bytes with its header in front, rounded up to keep the next header aligned.
+  static std::size_t slotSize(std::size_t size) {
+    return sizeof(NodeArena*) + ((size + 7) & ~std::size_t{7});
+  }
 
   NodeArena();
   ~NodeArena();

@@ -38,15 +38,6 @@ ValueList listOf(Value const* value, char const* name) {
   return list;
 }
 
-// A result record answering with `success`.
-template <class Result, class T>
-Result success(T const& value) {
-  Result r;
-  r.success = value;
-  r.__isset.success = true;
-  return r;
-}
-
 class ServiceTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -149,19 +140,19 @@ TEST_F(ServiceTest, EachOperationMakesOneCallAndPassesOnTheAnswerOrCommError) {
       {"createObject", 6},   {"updateObject", 10}, {"deleteObject", 5}, {"resetObject", 8},
       {"validateObject", 7}, {"setAdminState", 4}, {"setOpState", 11}};
   for (auto const& c : codes) {
-    mManager.reply(c.first, success<cm::configManager_createObject_result>(c.second));
+    mManager.replySuccess<cm::configManager_createObject_result>(c.first, c.second);
   }
-  mManager.reply("getObjectTypes",
-                 success<cm::configManager_getObjectTypes_result>(Names{"interface", "route"}));
+  mManager.replySuccess<cm::configManager_getObjectTypes_result>("getObjectTypes",
+                                                                 Names{"interface", "route"});
   cm::RtcObjectName names;
   names.objectNames = {"eth0", "eth1"}, names.code = 3;
-  mManager.reply("getNamesofObject", success<cm::configManager_getNamesofObject_result>(names));
+  mManager.replySuccess<cm::configManager_getNamesofObject_result>("getNamesofObject", names);
   cm::RtcAdminState admin;
   admin.state = 0, admin.code = 12;
-  mManager.reply("getAdminState", success<cm::configManager_getAdminState_result>(admin));
+  mManager.replySuccess<cm::configManager_getAdminState_result>("getAdminState", admin);
   cm::RtcValue query;
   query.values = listOf(&mValue, "x"), query.code = 5;
-  mManager.reply("queryObject", success<cm::configManager_queryObject_result>(query));
+  mManager.replySuccess<cm::configManager_queryObject_result>("queryObject", query);
 
   // Null values are refused without a connection.
   EXPECT_EQ(kwInvalidValue, Service::createObject("d", "t", "n", nullptr, Service::kwEnabled, 0));
@@ -185,7 +176,7 @@ TEST_F(ServiceTest, EachOperationMakesOneCallAndPassesOnTheAnswerOrCommError) {
   EXPECT_TRUE(mManager.args<cm::configManager_validateObject_args>("validateObject").value.empty());
 
   query.code = 0;
-  mManager.reply("queryObject", success<cm::configManager_queryObject_result>(query));
+  mManager.replySuccess<cm::configManager_queryObject_result>("queryObject", query);
   EXPECT_EQ(0, Service::queryObject("d", "t", "n", &mOut));
   std::unique_ptr<Value> tree(mOut);
   EXPECT_EQ(listOf(&mValue, ""), listOf(tree.get(), ""));

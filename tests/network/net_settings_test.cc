@@ -29,14 +29,6 @@ Strings const kFixed{"driftfile /etc/ntpdrift",
                      "restrict -6 default kod nomodify notrap nopeer noquery", "restrict 127.0.0.1",
                      "restrict -6 ::1"};
 
-template <class Result, class T>
-Result success(T const& value) {
-  Result r;
-  r.success = value;
-  r.__isset.success = true;
-  return r;
-}
-
 class NetSettingsTest : public testing::NetTest {
  protected:
   testing::FakeManager mHw{"hardwaremgr"};
@@ -49,7 +41,7 @@ TEST_F(NetSettingsTest, TimeServersCarryTheFixedLinesLastAndRestartOnlyAfterZero
   std::pair<Strings const*, int> const cases[] = {{nullptr, 0}, {&extra, 0}, {nullptr, 3}};
   for (auto const& c : cases) {
     mHw.reset(), mPm.reset();
-    mHw.reply("setTimeServers", success<hw::hardwareManager_setTimeServers_result>(c.second));
+    mHw.replySuccess<hw::hardwareManager_setTimeServers_result>("setTimeServers", c.second);
     EXPECT_EQ(c.second, timeServers::setTimeServers({"ntp1", "ntp2"}, c.first));
     auto args = mHw.args<hw::hardwareManager_setTimeServers_args>("setTimeServers");
     Strings lines = c.first ? *c.first : Strings();
@@ -68,17 +60,17 @@ TEST_F(NetSettingsTest, TimeServersCarryTheFixedLinesLastAndRestartOnlyAfterZero
 TEST_F(NetSettingsTest, EachOperationForwardsOneCall) {
   hw::ts answer;
   answer.servers = {"10.0.0.53", "10.0.0.54"}, answer.extraLines = {"options rotate"};
-  mHw.reply("getNameServers", success<hw::hardwareManager_getNameServers_result>(answer));
-  mHw.reply("getTimeServers", success<hw::hardwareManager_getTimeServers_result>(answer));
-  mHw.reply("getSearchDomains", success<hw::hardwareManager_getSearchDomains_result>(Strings{"d"}));
-  mHw.reply("setNameServers", success<hw::hardwareManager_setNameServers_result>(4));
-  mHw.reply("setSearchDomains", success<hw::hardwareManager_setSearchDomains_result>(5));
-  mCm.reply("getAddresses", success<cm::configManager_getAddresses_result>(Strings{"10.1.1.1"}));
-  mCm.reply("getHostnames", success<cm::configManager_getHostnames_result>(Strings{"a", "b"}));
-  mCm.reply("setHostnames", success<cm::configManager_setHostnames_result>(true));
-  mCm.reply("deleteHostnames", success<cm::configManager_deleteHostnames_result>(false));
-  mCm.reply("setNodename", success<cm::configManager_setNodename_result>(6));
-  mCm.reply("initNodename", success<cm::configManager_initNodename_result>(7));
+  mHw.replySuccess<hw::hardwareManager_getNameServers_result>("getNameServers", answer);
+  mHw.replySuccess<hw::hardwareManager_getTimeServers_result>("getTimeServers", answer);
+  mHw.replySuccess<hw::hardwareManager_getSearchDomains_result>("getSearchDomains", Strings{"d"});
+  mHw.replySuccess<hw::hardwareManager_setNameServers_result>("setNameServers", 4);
+  mHw.replySuccess<hw::hardwareManager_setSearchDomains_result>("setSearchDomains", 5);
+  mCm.replySuccess<cm::configManager_getAddresses_result>("getAddresses", Strings{"10.1.1.1"});
+  mCm.replySuccess<cm::configManager_getHostnames_result>("getHostnames", Strings{"a", "b"});
+  mCm.replySuccess<cm::configManager_setHostnames_result>("setHostnames", true);
+  mCm.replySuccess<cm::configManager_deleteHostnames_result>("deleteHostnames", false);
+  mCm.replySuccess<cm::configManager_setNodename_result>("setNodename", 6);
+  mCm.replySuccess<cm::configManager_initNodename_result>("initNodename", 7);
   std::function<Strings*(Strings*)> const getters[] = {
       nameServers::getNameServers, timeServers::getTimeServers,
       [](Strings*) { return nameServers::getSearchDomains(); },

@@ -28,15 +28,6 @@ namespace {
 using Argv = std::vector<std::vector<std::string>>;
 namespace pm = ::processManager;
 
-// Answers every later call of `method` with `value`.
-template <class Result, class T>
-void answer(testing::FakeManager& fake, char const* method, T const& value) {
-  Result r;
-  r.success = value;
-  r.__isset.success = true;
-  fake.reply(method, r);
-}
-
 class ProcessManagerUtilsTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -129,7 +120,7 @@ TEST_F(ProcessManagerUtilsTest, UnhealthyAsksTheManagerFirst) {
   EXPECT_TRUE(logged(6, "Emitting app-unhealthy"));
   EXPECT_TRUE(logged(6, "Emit event succeeded."));
 
-  answer<pm::processManager_isUnrecoverable_result>(manager, "isUnrecoverable", true);
+  manager.replySuccess<pm::processManager_isUnrecoverable_result>("isUnrecoverable", true);
   testing::clearStandInCalls();
   EXPECT_EQ(signalApplicationIsUnhealthy("app"), 1);
   EXPECT_TRUE(testing::standInCalls("initctl").empty());
@@ -144,7 +135,7 @@ TEST_F(ProcessManagerUtilsTest, UnhealthyAsksTheManagerFirst) {
 TEST_F(ProcessManagerUtilsTest, PlatformLevelCalls) {
   testing::FakeManager manager("processmgr");
   for (char const* method : {"requestReboot", "requestShutdown", "setPlatformLogLevel"})
-    answer<pm::processManager_requestReboot_result>(manager, method, 17);
+    manager.replySuccess<pm::processManager_requestReboot_result>(method, 17);
   EXPECT_EQ(requestReboot() + requestShutdown() + setPlatformLogLevel(kLevelWarn), 3 * 17);
   EXPECT_EQ(manager.args<pm::processManager_setPlatformLogLevel_args>("setPlatformLogLevel").level,
             "warn");
@@ -158,8 +149,8 @@ TEST_F(ProcessManagerUtilsTest, PlatformLevelCalls) {
     PlatformLogLevel level;
   } const reads[] = {{"INFO", 0, kLevelInfo}, {"", 1, kLevelFatal}, {"loud", 0, kLevelUnknown}};
   for (auto const& c : reads) {
-    answer<pm::processManager_getPlatformLogLevel_result>(manager, "getPlatformLogLevel",
-                                                          std::string(c.answer));
+    manager.replySuccess<pm::processManager_getPlatformLogLevel_result>("getPlatformLogLevel",
+                                                                        std::string(c.answer));
     PlatformLogLevel level = kLevelFatal;
     EXPECT_EQ(getPlatformLogLevel(level), c.rc) << c.answer;
     EXPECT_EQ(level, c.level) << c.answer;

@@ -33,15 +33,8 @@ std::string join(T const&... fields) {
   return out.str();
 }
 
-// Answers `method` of `fake` with `value`.
-template <class Result, class T>
-void answer(testing::FakeManager& fake, char const* method, T const& value) {
-  Result r;
-  r.success = value;
-  r.__isset.success = true;
-  fake.reply(method, r);
-}
-#define ANSWER(method, value) answer<hw::hardwareManager_##method##_result>(mHw, #method, value)
+#define ANSWER(method, value) \
+  mHw.replySuccess<hw::hardwareManager_##method##_result>(#method, value)
 
 double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
@@ -215,7 +208,8 @@ TEST_F(StatusUtilsTest, ReadinessCodes) {
   } const cases[] = {
       {1, false, true, 0}, {2, true, false, 1}, {3, true, false, 2}, {4, false, false, 0}};
   ANSWER(isServiceReady, true);
-  answer<networkManager::networkManager_isNetServiceReady_result>(mNet, "isNetServiceReady", true);
+  mNet.replySuccess<networkManager::networkManager_isNetServiceReady_result>("isNetServiceReady",
+                                                                             true);
   for (Case const& c : cases) {
     EXPECT_EQ(c.hardware, isServiceReady(static_cast<ServiceStatus>(c.status), 0)) << c.status;
     EXPECT_EQ(c.network, isNetServiceReady(static_cast<ServiceStatus>(c.status), 0)) << c.status;

@@ -57,6 +57,15 @@ struct Call {
   std::string args;     // the argument record's bytes
 };
 
+// The generated result record `Result` answering with `value`.
+template <class Result, class T>
+Result success(T const& value) {
+  Result r;
+  r.success = value;
+  r.__isset.success = true;
+  return r;
+}
+
 class FakeManager {
  public:
   // `service` is a services-database name: "configmgr", "hardwaremgr", "networkmgr",
@@ -80,6 +89,11 @@ class FakeManager {
   template <class Result>
   void reply(std::string const& method, Result const& result) {
     replyBytes(method, 2, serialize(result));
+  }
+  // Every later call of `method` is answered with the `Result` record whose success is `value`.
+  template <class Result, class T>
+  void replySuccess(std::string const& method, T const& value) {
+    reply(method, success<Result>(value));
   }
   // Every later call of `method` is answered with a REPLY carrying the record that `answer`
   // makes from the call's decoded argument record (generated `<service>_<method>_args` and

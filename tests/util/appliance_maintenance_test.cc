@@ -35,14 +35,6 @@ namespace cm = configManager;
 
 bool exists(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
 
-template <class Result, class Value>
-void answer(testing::FakeManager& manager, char const* method, Value value) {
-  Result r;
-  r.success = value;
-  r.__isset.success = true;
-  manager.reply(method, r);
-}
-
 char const* const kRemoved[] = {"/etc/corvane/config/a.xml", "/etc/corvane/config/default/b.xml",
                                 "/etc/corvane/config/sub/deep/c.xml",
                                 "/tmp/.networkManager/if/eth0", "/var/log/messages"};
@@ -191,7 +183,7 @@ TEST_F(ApplianceTest, DescriptorFlagsAndCpuCount) {
 TEST_F(ApplianceTest, ManagerCalls) {
   testing::FakeManager config("configmgr"), hardware("hardwaremgr"), firmware("firmwaremgr");
   int rc = 0;
-  answer<cm::configManager_setDateTime_result>(config, "setDateTime", 7);
+  config.replySuccess<cm::configManager_setDateTime_result>("setDateTime", 7);
   EXPECT_TRUE(!au::setDateTime((1L << 32) + 5, rc) && rc == 7);
   EXPECT_EQ(5, config.args<cm::configManager_setDateTime_args>("setDateTime").datetime);
 
@@ -209,8 +201,8 @@ TEST_F(ApplianceTest, ManagerCalls) {
     info.productName = m.product;
     info.serialNumber = m.serial;
     info.isVirt = m.isVirt;
-    answer<hardwareManager::hardwareManager_getHardwareInfo_result>(hardware, "getHardwareInfo",
-                                                                    info);
+    hardware.replySuccess<hardwareManager::hardwareManager_getHardwareInfo_result>(
+        "getHardwareInfo", info);
     EXPECT_EQ(m.expected, au::getMachineType() + "|" + au::getMTM() + "|" + au::getSerialNumber());
   }
 
@@ -221,8 +213,8 @@ TEST_F(ApplianceTest, ManagerCalls) {
     components[i].currentVersion = std::string("v-") + types[i];
   }
   components[1].currentVersion = "cannot detect";
-  answer<firmwareManager::FirmwareManager_getComponentInfo_result>(firmware, "getComponentInfo",
-                                                                   components);
+  firmware.replySuccess<firmwareManager::FirmwareManager_getComponentInfo_result>(
+      "getComponentInfo", components);
   std::vector<au::ComponentFirmware> list{{99, "stale"}};
   au::getComponentInfo(list);
   std::string got;

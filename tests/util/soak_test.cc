@@ -47,9 +47,7 @@ std::pair<long, std::string> footprint() {
 
 TEST(SoakTest, TenThousandMixedOperationsLeaveNothingBehind) {
   testing::FakeManager manager("hardwaremgr");
-  hardwareManager::hardwareManager_shutdownRaid_result answer;
-  answer.success = answer.__isset.success = true;
-  manager.reply("shutdownRaid", answer);
+  manager.replySuccess<hardwareManager::hardwareManager_shutdownRaid_result>("shutdownRaid", true);
   config::validator::IPv4AddressValidator address("address");
   multiCat catalog("corvane", "en_US");
   config::SimpleValue good("192.0.2.1"), bad("192.0.2.300");
