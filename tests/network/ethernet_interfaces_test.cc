@@ -251,22 +251,16 @@ TEST_F(EthernetInterfacesTest, StatusesListsClearAndPassThroughs) {
       {"removeVIPFromLoopback", [] { return E::removeVIPFromLoopback("10.1.1.2/32"); }},
       {"setHWAddressImmediate", [] { return E::setHWAddressImmediate("eth0", "02:00:00:00:01"); }},
       {"resetHWAddressImmediate", [] { return E::resetHWAddressImmediate("eth0"); }}};
-  nm::networkManager_addVIPToInterface_result vip;
-  vip.__isset.success = true;
   for (auto const& p : passes) {
-    vip.success = static_cast<int>(&p - passes) + 10;
-    mNet.reply(p.first, vip);
+    mNet.replySuccess<nm::networkManager_addVIPToInterface_result>(p.first, &p - passes + 10);
   }
   for (auto const& p : passes) EXPECT_EQ(&p - passes + 10, p.second()) << p.first;
   auto hw = mNet.args<nm::networkManager_setHWAddressImmediate_args>("setHWAddressImmediate");
   EXPECT_EQ("eth0|02:00:00:00:01", hw.interfaceName + "|" + hw.hwAddress);
 
   // Clear: the manager's code, 0 or -1.
-  cm::configManager_resetObject_result reset;
-  reset.__isset.success = true;
   for (int rc : {0, 5}) {
-    reset.success = rc;
-    mCm.reply("resetObject", reset);
+    mCm.replySuccess<cm::configManager_resetObject_result>("resetObject", rc);
     EXPECT_EQ(rc == 0 ? 0 : -1, E::clearInterface("eth0"));
   }
   EXPECT_TRUE(logged("Call to reset object failed RC: 5"));
